@@ -1,0 +1,174 @@
+#pragma once
+
+// Encoding of values and records to Json and back. Records encode as objects whose keys are their
+// field names, absent optionals are left out, enumerations are their case names, decimals exact
+// JSON numbers, dates ISO 8601 UTC strings. Decoding throws JsonError naming the field.
+//
+// Every encodable type T has a pair of overloads:
+//     Json toJson(const T& value);
+//     void fromJson(const Json& json, T& out);
+// and `decodeJson<T>(json)` is the convenient form of the second.
+
+#include "market/Date.h"
+#include "market/Decimal.h"
+#include "market/Enums.h"
+#include "market/Json.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <vector>
+
+namespace tavix {
+
+Json toJson(const Decimal& value);
+Json toJson(Date value);
+Json toJson(const QString& value);
+Json toJson(bool value);
+Json toJson(int value);
+Json toJson(std::int64_t value);
+Json toJson(double value);
+Json toJson(const QStringList& value);
+
+void fromJson(const Json& json, Decimal& out);  // a number, or a string holding one (flexible)
+void fromJson(const Json& json, Date& out);
+void fromJson(const Json& json, QString& out);
+void fromJson(const Json& json, bool& out);
+void fromJson(const Json& json, int& out);
+void fromJson(const Json& json, std::int64_t& out);
+void fromJson(const Json& json, double& out);
+void fromJson(const Json& json, QStringList& out);
+
+template <class E>
+    requires std::is_enum_v<E>
+Json toJson(E value) {
+    auto name = enumName(value);
+    return Json(std::string(name));
+}
+
+template <class E>
+    requires std::is_enum_v<E>
+void fromJson(const Json& json, E& out) {
+    auto found = enumFromName<E>(json.stringUtf8());
+    if (!found) throw JsonError("unknown case");
+    out = *found;
+}
+
+template <class T>
+T decodeJson(const Json& json) {
+    T value{};
+    fromJson(json, value);
+    return value;
+}
+
+template <class T>
+Json toJson(const std::vector<T>& values) {
+    Json array = Json::array();
+    for (const auto& v : values) array.push(toJson(v));
+    return array;
+}
+
+template <class T>
+void fromJson(const Json& json, std::vector<T>& out) {
+    out.clear();
+    for (const auto& item : json.items()) out.push_back(decodeJson<T>(item));
+}
+
+template <class T>
+Json toJson(const std::set<T>& values) {
+    Json array = Json::array();
+    for (const auto& v : values) array.push(toJson(v));
+    return array;
+}
+
+template <class T>
+void fromJson(const Json& json, std::set<T>& out) {
+    out.clear();
+    for (const auto& item : json.items()) out.insert(decodeJson<T>(item));
+}
+
+// Maps keyed by text encode as objects.
+template <class T>
+Json toJson(const std::map<QString, T>& values) {
+    Json object = Json::object();
+    for (const auto& [key, v] : values) object.set(key.toStdString(), toJson(v));
+    return object;
+}
+
+template <class T>
+void fromJson(const Json& json, std::map<QString, T>& out) {
+    out.clear();
+    for (const auto& [key, v] : json.members()) out.emplace(QString::fromStdString(key), decodeJson<T>(v));
+}
+
+// Builds a record's object field by field.
+class JsonObjectWriter {
+public:
+    template <class T>
+    JsonObjectWriter& field(std::string key, const T& value) {
+        object_.set(std::move(key), toJson(value));
+        return *this;
+    }
+    template <class T>
+    JsonObjectWriter& field(std::string key, const std::optional<T>& value) {
+        if (value) object_.set(std::move(key), toJson(*value));
+        return *this;
+    }
+    Json done() { return std::move(object_); }
+
+private:
+    Json object_ = Json::object();
+};
+
+// Reads a record's fields by key; errors name the record and the field ("Quote.last: …").
+class JsonObjectReader {
+public:
+    JsonObjectReader(const Json& json, std::string_view record);
+
+    template <class T>
+    void field(std::string_view key, T& out) const {
+        const Json* value = json_.find(key);
+        if (!value || value->isNull()) fail(key, "missing");
+        guarded(key, [&] { fromJson(*value, out); });
+    }
+    template <class T>
+    void field(std::string_view key, std::optional<T>& out) const {
+        const Json* value = json_.find(key);
+        if (!value || value->isNull()) {
+            out.reset();
+            return;
+        }
+        T decoded{};
+        guarded(key, [&] { fromJson(*value, decoded); });
+        out = std::move(decoded);
+    }
+    // A field that may be missing and then keeps `out` as it is.
+    template <class T>
+    void fieldOr(std::string_view key, T& out) const {
+        const Json* value = json_.find(key);
+        if (!value || value->isNull()) return;
+        guarded(key, [&] { fromJson(*value, out); });
+    }
+
+    [[noreturn]] void fail(std::string_view key, std::string_view problem) const;
+
+private:
+    template <class F>
+    void guarded(std::string_view key, F&& read) const {
+        try {
+            read();
+        } catch (const JsonError& e) {
+            fail(key, e.what());
+        }
+    }
+
+    const Json& json_;
+    std::string record_;
+};
+
+}  // namespace tavix
