@@ -10,8 +10,9 @@ QCoro::Task<std::vector<OptionContract>> Broker::optionChain(QString, std::optio
     co_return {};
 }
 
-QCoro::Task<std::map<QString, std::vector<Candle>>> Broker::candles(QStringList symbols, CandleInterval interval,
-                                                                    DateRange range) {
+QCoro::Task<std::map<QString, std::vector<Candle>>> Broker::candlesForSymbols(QStringList symbols,
+                                                                              CandleInterval interval,
+                                                                              DateRange range) {
     std::map<QString, std::vector<Candle>> result;
     for (const auto& symbol : symbols) {
         result[symbol] = co_await candles(symbol, interval, range);
@@ -19,17 +20,18 @@ QCoro::Task<std::map<QString, std::vector<Candle>>> Broker::candles(QStringList 
     co_return result;
 }
 
-QCoro::Task<std::vector<Candle>> Broker::candles(QString symbol, CandleInterval interval, Date before, int count) {
+QCoro::Task<std::vector<Candle>> Broker::candlesBefore(QString symbol, CandleInterval interval, Date before,
+                                                       int count) {
     co_return co_await widening(symbol, interval, before, count);
 }
 
 QCoro::Task<std::vector<Candle>> Broker::widening(QString symbol, CandleInterval interval, Date before, int count) {
     if (count <= 0) co_return {};
-    // Markets are shut nights, weekends and holidays, so a span of `count` intervals rarely
-    // holds `count` candles. Start at twice that, then double, up to six tries.
-    double span = 2.0 * static_cast<double>(seconds(interval)) * count;
+    // Markets are shut nights, weekends and holidays, so a span of `count` intervals rarely holds
+    // `count` candles. Start at twice that plus a long weekend, then double, up to eight tries.
+    double span = 2.0 * static_cast<double>(seconds(interval)) * count + 4 * 86400.0;
     std::vector<Candle> found;
-    for (int attempt = 0; attempt < 6; ++attempt) {
+    for (int attempt = 0; attempt < 8; ++attempt) {
         found = co_await candles(symbol, interval, DateRange{before - span, before});
         std::erase_if(found, [&](const Candle& c) { return c.time + static_cast<double>(seconds(interval)) > before; });
         if (static_cast<int>(found.size()) >= count) break;

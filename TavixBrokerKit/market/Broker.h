@@ -55,10 +55,14 @@ public:
     virtual QCoro::Task<std::vector<OptionContract>> optionChain(QString symbol, std::optional<Date> expiry);
     // Oldest first.
     virtual QCoro::Task<std::vector<Candle>> candles(QString symbol, CandleInterval interval, DateRange range) = 0;
-    virtual QCoro::Task<std::map<QString, std::vector<Candle>>> candles(QStringList symbols, CandleInterval interval,
-                                                                        DateRange range);
+    // The overloads of candles carry their own names, so a broker that overrides one does not
+    // hide the others.
+    virtual QCoro::Task<std::map<QString, std::vector<Candle>>> candlesForSymbols(QStringList symbols,
+                                                                                  CandleInterval interval,
+                                                                                  DateRange range);
     // Up to `count` candles that end before `before`.
-    virtual QCoro::Task<std::vector<Candle>> candles(QString symbol, CandleInterval interval, Date before, int count);
+    virtual QCoro::Task<std::vector<Candle>> candlesBefore(QString symbol, CandleInterval interval, Date before,
+                                                           int count);
 
     virtual QCoro::Task<OrderPreview> previewOrder(OrderRequest request, QString accountID);
     virtual QCoro::Task<Order> placeOrder(OrderRequest request, QString accountID) = 0;
