@@ -1,5 +1,7 @@
 #include "market/Broker.h"
 
+#include "market/WatchlistSync.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -95,7 +97,17 @@ QCoro::Task<Order> Broker::order(QString orderID, QString accountID) {
     throw BrokerError::invalidOrder(QStringLiteral("no order ") + orderID + QStringLiteral(" at this brokerage."));
 }
 
+QCoro::Task<MarketClock> Broker::marketClock() { co_return MarketClock::regularHours(currentTime()); }
+
 QCoro::Task<std::optional<RemoteWatchlist>> Broker::ownWatchlist() { co_return std::nullopt; }
+
+QCoro::Task<RemoteWatchlist> Broker::replaceOwnWatchlist(QStringList symbols, RemoteWatchlist list) {
+    // With the broker's list as the base, the plan removes exactly what is not wanted.
+    const auto plan = WatchlistSync::plan(symbols, list.symbols, list.symbols);
+    for (const auto& symbol : plan.addRemote) list = co_await addToOwnWatchlist(symbol, list);
+    for (const auto& symbol : plan.removeRemote) list = co_await removeFromOwnWatchlist(symbol, list);
+    co_return list;
+}
 
 QCoro::Task<RemoteWatchlist> Broker::addToOwnWatchlist(QString, RemoteWatchlist) {
     throw BrokerError::unsupported(BrokerCapabilities());

@@ -4,8 +4,10 @@
 #include "market/BrokerCapabilities.h"
 #include "market/BrokerError.h"
 #include "market/BrokerID.h"
+#include "market/CoinRules.h"
 #include "market/FeeSchedule.h"
 #include "market/LiveFeed.h"
+#include "market/MarketClock.h"
 #include "market/OptionContract.h"
 #include "market/Order.h"
 #include "market/OrderPreview.h"
@@ -72,9 +74,14 @@ public:
     virtual QCoro::Task<std::vector<Fill>> fills(QString accountID, std::optional<Date> since);
     virtual QCoro::Task<Order> order(QString orderID, QString accountID);
 
+    // Whether the market is open; by default worked out from the New York calendar.
+    virtual QCoro::Task<MarketClock> marketClock();
+
     virtual QCoro::Task<std::optional<RemoteWatchlist>> ownWatchlist();
     virtual QCoro::Task<RemoteWatchlist> addToOwnWatchlist(QString symbol, RemoteWatchlist list);
     virtual QCoro::Task<RemoteWatchlist> removeFromOwnWatchlist(QString symbol, RemoteWatchlist list);
+    // Makes the list hold `symbols`; by default one add or remove call per difference, in turn.
+    virtual QCoro::Task<RemoteWatchlist> replaceOwnWatchlist(QStringList symbols, RemoteWatchlist list);
     virtual QCoro::Task<std::optional<CoinRules>> coinRules(QString symbol);
     virtual QCoro::Task<std::vector<SymbolMatch>> searchSymbols(QString text);
     virtual QCoro::Task<Order> replaceOrder(QString orderID, QString accountID, std::optional<Decimal> limitPrice,
@@ -83,6 +90,9 @@ public:
     virtual LiveFeed* liveFeed() { return nullptr; }
 
 protected:
+    // The time the broker's defaults work from; brokers with a clock of their own override it.
+    virtual Date currentTime() const { return Date::now(); }
+
     // The preview worked out here, without asking the brokerage: the price the order names, its
     // value and commission, and warnings the user can act on.
     OrderPreview localPreview(const OrderRequest& request) const;

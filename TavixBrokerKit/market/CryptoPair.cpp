@@ -50,4 +50,31 @@ std::optional<QString> CryptoPair::baseOf(const QString& text) {
     return pair(text)->base;
 }
 
+Decimal CryptoPair::makerRate() { return *Decimal::parse(std::string_view("0.0015")); }
+// Alpaca's first volume tier, read on 2025-06-01.
+Decimal CryptoPair::takerRate() { return *Decimal::parse(std::string_view("0.0025")); }
+
+Decimal CryptoPair::rate(const OrderRequest& request, const Quote& against) {
+    if (request.type != OrderType::limit || !request.limitPrice) return takerRate();
+    const bool buying = isBuy(request.side);
+    const Decimal reference = buying ? against.ask.value_or(against.last) : against.bid.value_or(against.last);
+    const bool crosses = buying ? *request.limitPrice >= reference : *request.limitPrice <= reference;
+    return crosses ? takerRate() : makerRate();
+}
+
+QString CryptoPair::timeInForceRule() {
+    return QStringLiteral(
+        "a coin order stays until you cancel it, or fills now or not at all: there's no trading day for it to end "
+        "with.");
+}
+
+std::optional<QString> CryptoPair::timeInForceProblem(const OrderRequest& request) {
+    if (request.assetType != AssetType::crypto) return std::nullopt;
+    if (request.timeInForce == TimeInForce::goodTillCancelled ||
+        request.timeInForce == TimeInForce::immediateOrCancel) {
+        return std::nullopt;
+    }
+    return timeInForceRule();
+}
+
 }  // namespace tavix

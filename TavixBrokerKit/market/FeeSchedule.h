@@ -1,6 +1,7 @@
 #pragma once
 
 #include "market/Decimal.h"
+#include "market/OrderRequest.h"
 
 #include <QString>
 
@@ -18,6 +19,20 @@ struct FeeSchedule {
 
     // No fees at all: the practice broker.
     static FeeSchedule free();
+    // The brokerages' published fees (see the dates beside the figures).
+    static FeeSchedule alpaca();
+    static FeeSchedule schwab();
+
+    // The brokerage's commission on one order: per order and per contract for options (with the
+    // pass-through fees that come per contract), per order for shares. Coins pay a rate on their
+    // value instead (CryptoPair::rate), so nothing here.
+    Decimal commission(const OrderRequest& request) const;
+    // Opening and then closing the same order.
+    Decimal roundTripCommission(const OrderRequest& request) const;
+    // Everything buying and then selling these shares costs, the sale at `sellAt`: two
+    // commissions, the reporting fee on both sides and the regulatory fee on the sale, rounded up
+    // to the cent as brokers charge it.
+    Decimal equityRoundTrip(const Decimal& shares, const Decimal& sellAt) const;
 
     friend bool operator==(const FeeSchedule&, const FeeSchedule&) = default;
 };

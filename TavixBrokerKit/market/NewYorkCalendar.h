@@ -5,6 +5,8 @@
 #include <QDate>
 #include <QTimeZone>
 
+#include <vector>
+
 namespace tavix {
 
 // Day arithmetic in New York time, where the US stock market keeps its hours.
@@ -17,6 +19,20 @@ public:
     static QDate dateOf(Date at);
     // The instant that day starts in New York.
     static Date startOfDay(QDate day);
+
+    // Whole days since 1970-01-01 of each instant's New York date (the zone's offset at each
+    // instant applied first).
+    static std::vector<long long> dayNumbers(const std::vector<Date>& dates);
+    static long long dayNumber(Date at);
+
+    struct Civil {
+        int year;
+        int month;  // 1...12
+        int day;    // 1...31
+        friend bool operator==(const Civil&, const Civil&) = default;
+    };
+    // The Gregorian date of a day number, by the days-from-civil inverse over 400-year cycles.
+    static Civil civil(long long fromDays);
 };
 
 }  // namespace tavix

@@ -31,17 +31,10 @@ struct OptionContract {
     Decimal buyPrice() const { return ask && ask->isPositive() ? *ask : last; }
     Decimal costPerContract() const { return buyPrice() * Decimal(multiplier); }
     Decimal breakEven() const { return right == OptionRight::call ? strike + buyPrice() : strike - buyPrice(); }
+    // Whole calendar days from `now` to the expiry in New York, never below 0.
+    int daysToExpiry(Date now) const;
 
     friend bool operator==(const OptionContract&, const OptionContract&) = default;
-};
-
-// A coin's order steps at a brokerage.
-struct CoinRules {
-    Decimal smallest;    // the smallest amount that may be ordered
-    Decimal amountStep;  // amounts are a whole number of steps
-    Decimal priceStep;   // prices are a whole number of steps
-
-    friend bool operator==(const CoinRules&, const CoinRules&) = default;
 };
 
 }  // namespace tavix

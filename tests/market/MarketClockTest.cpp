@@ -1,0 +1,105 @@
+#include "market/MarketClock.h"
+#include "market/NewYorkCalendar.h"
+
+#include <QDateTime>
+
+#include <gtest/gtest.h>
+
+namespace tavix {
+namespace {
+
+// An instant given as New York wall time.
+Date newYork(int y, int mo, int d, int h, int mi, int s = 0) {
+    QDateTime local(QDate(y, mo, d), QTime(h, mi, s), NewYorkCalendar::zone());
+    return Date(static_cast<double>(local.toSecsSinceEpoch()));
+}
+
+TEST(MarketClockHours, OpenAndClosedAroundAnOrdinaryDay) {
+    auto clock = MarketClock::regularHours(newYork(2026, 3, 4, 9, 29, 59));  // Wednesday
+    EXPECT_FALSE(clock.isOpen);
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 4, 9, 30));
+    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 4, 16, 0));
+    EXPECT_EQ(clock.asOf, newYork(2026, 3, 4, 9, 29, 59));
+
+    clock = MarketClock::regularHours(newYork(2026, 3, 4, 9, 30));
+    EXPECT_TRUE(clock.isOpen);
+    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 4, 16, 0));
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 5, 9, 30));  // the session after this one
+
+    clock = MarketClock::regularHours(newYork(2026, 3, 4, 16, 0));  // the close itself is closed
+    EXPECT_FALSE(clock.isOpen);
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 5, 9, 30));
+    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 5, 16, 0));
+
+    clock = MarketClock::regularHours(newYork(2026, 3, 6, 17, 0));  // Friday evening -> Monday
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 9, 9, 30));
+}
+
+TEST(MarketClockHours, HolidaysHalfDaysAndDaylightSaving) {
+    auto clock = MarketClock::regularHours(newYork(2026, 4, 3, 11, 0));  // Good Friday
+    EXPECT_FALSE(clock.isOpen);
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 4, 6, 9, 30));
+
+    clock = MarketClock::regularHours(newYork(2026, 11, 27, 12, 59));  // the day after Thanksgiving
+    EXPECT_TRUE(clock.isOpen);
+    EXPECT_EQ(clock.nextClose, newYork(2026, 11, 27, 13, 0));
+    clock = MarketClock::regularHours(newYork(2026, 11, 27, 13, 0));
+    EXPECT_FALSE(clock.isOpen);
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 11, 30, 9, 30));
+
+    // Thanksgiving Wednesday evening: Thursday is a holiday, Friday a half day.
+    clock = MarketClock::regularHours(newYork(2026, 11, 25, 18, 0));
+    EXPECT_EQ(clock.nextOpen, newYork(2026, 11, 27, 9, 30));
+    EXPECT_EQ(clock.nextClose, newYork(2026, 11, 27, 13, 0));
+
+    // Clocks go forward on 8 March 2026: the open stays 9:30 in New York, an hour earlier in UTC.
+    const auto before = MarketClock::session(QDate(2026, 3, 6));
+    const auto after = MarketClock::session(QDate(2026, 3, 9));
+    ASSERT_TRUE(before && after);
+    EXPECT_EQ(before->open.toIso(), QStringLiteral("2026-03-06T14:30:00Z"));
+    EXPECT_EQ(after->open.toIso(), QStringLiteral("2026-03-09T13:30:00Z"));
+    EXPECT_EQ(MarketClock::session(QDate(2026, 11, 2))->open.toIso(), QStringLiteral("2026-11-02T14:30:00Z"));
+}
+
+TEST(MarketClockHours, EveryDayFrom2026To2028FollowsTheTables) {
+    int sessions = 0;
+    for (QDate day(2026, 1, 1); day <= QDate(2028, 12, 31); day = day.addDays(1)) {
+        const QString key = day.toString(QStringLiteral("yyyy-MM-dd"));
+        const bool weekend = day.dayOfWeek() >= 6;
+        const bool holiday = MarketClock::holidays().contains(key);
+        const auto session = MarketClock::session(day);
+        ASSERT_EQ(session.has_value(), !weekend && !holiday) << key.toStdString();
+        // Whatever the day, the clock at noon either is open or points at a later session.
+        const Date noon = newYork(day.year(), day.month(), day.day(), 12, 0);
+        const auto clock = MarketClock::regularHours(noon);
+        EXPECT_EQ(clock.isOpen, session.has_value()) << key.toStdString();
+        EXPECT_GT(clock.nextOpen, noon);
+        EXPECT_GT(clock.nextClose, noon);
+        EXPECT_LE(clock.nextOpen - noon, 5 * 86400.0) << key.toStdString();
+        if (!session) continue;
+        ++sessions;
+        EXPECT_EQ(NewYorkCalendar::dateOf(session->open), day);
+        const double hours = (session->close - session->open) / 3600.0;
+        EXPECT_EQ(hours, MarketClock::halfDays().contains(key) ? 3.5 : 6.5) << key.toStdString();
+    }
+    EXPECT_EQ(sessions, 261 + 261 + 260 - 29);  // the weekdays of 2026, 2027 and 2028, less the holidays
+}
+
+TEST(NewYorkDays, DayNumbersAndCivilDatesAgree) {
+    // 23:30 in New York on 31 December is already 1 January in UTC, and still the 31st here.
+    const Date lateEvening = newYork(2026, 12, 31, 23, 30);
+    const auto days = NewYorkCalendar::dayNumbers({lateEvening, newYork(1970, 1, 1, 0, 0)});
+    EXPECT_EQ(days[1], 0);
+    EXPECT_EQ(NewYorkCalendar::civil(days[0]), (NewYorkCalendar::Civil{2026, 12, 31}));
+    // QDate has no year 0, so the comparison stays in the Common Era.
+    for (long long d = -600000; d <= 800000; d += 997) {
+        const QDate expected = QDate(1970, 1, 1).addDays(d);
+        const auto c = NewYorkCalendar::civil(d);
+        ASSERT_EQ(c, (NewYorkCalendar::Civil{expected.year(), expected.month(), expected.day()})) << d;
+    }
+    EXPECT_EQ(NewYorkCalendar::civil(-1), (NewYorkCalendar::Civil{1969, 12, 31}));
+    EXPECT_EQ(NewYorkCalendar::civil(11016), (NewYorkCalendar::Civil{2000, 2, 29}));
+}
+
+}  // namespace
+}  // namespace tavix
