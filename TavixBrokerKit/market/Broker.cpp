@@ -65,10 +65,7 @@ OrderPreview Broker::localPreview(const OrderRequest& request) const {
     }
     const Decimal multiplier = request.assetType == AssetType::option ? Decimal(100) : Decimal(1);
     if (preview.estimatedPrice) preview.estimatedValue = *preview.estimatedPrice * request.quantity * multiplier;
-    const FeeSchedule schedule = fees();
-    preview.estimatedCommission = request.assetType == AssetType::option
-                                      ? schedule.perOptionTrade + schedule.perOptionContract * request.quantity
-                                      : schedule.perEquityTrade;
+    preview.estimatedCommission = fees().commission(request);
     if (request.type == OrderType::market) {
         preview.warnings << QStringLiteral(
             "A market order fills at the going price, which can differ from the last price you saw.");

@@ -77,7 +77,9 @@ QString BrokerError::description() const {
             return QStringLiteral("Too many requests. Try again in ") +
                    QString::number(static_cast<long long>(std::floor(*retryAfter_))) + QStringLiteral("s.");
         case Kind::transport:
-            return QStringLiteral("Couldn't reach the brokerage: ") + text_ + u'.';
+            // The reason may already be a sentence ("The request timed out."): one full stop.
+            return QStringLiteral("Couldn't reach the brokerage: ") + text_ +
+                   (text_.endsWith(u'.') ? QString() : QStringLiteral("."));
         case Kind::api:
             return QStringLiteral("Brokerage returned ") + QString::number(status_) + QStringLiteral(": ") + text_;
         case Kind::decoding:

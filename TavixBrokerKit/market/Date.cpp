@@ -8,11 +8,16 @@
 namespace tavix {
 namespace {
 
+// ASCII digits only: QChar::isDigit would also take other scripts' digits.
+bool isDigit(QStringView text, qsizetype at) {
+    return at < text.size() && text[at].unicode() >= u'0' && text[at].unicode() <= u'9';
+}
+
 bool readDigits(QStringView text, qsizetype& at, int count, int& out) {
     out = 0;
     for (int i = 0; i < count; ++i, ++at) {
-        if (at >= text.size() || !text[at].isDigit() || text[at].unicode() > '9') return false;
-        out = out * 10 + (text[at].unicode() - '0');
+        if (!isDigit(text, at)) return false;
+        out = out * 10 + (text[at].unicode() - u'0');
     }
     return true;
 }
@@ -23,6 +28,27 @@ bool expect(QStringView text, qsizetype& at, char16_t c) {
         return true;
     }
     return false;
+}
+
+// "Z", or "+hh:mm" / "-hhmm" / "+hh": the zone's offset east of UTC, in seconds.
+bool readZone(QStringView text, qsizetype& at, int& offsetSeconds) {
+    if (expect(text, at, u'Z') || expect(text, at, u'z')) {
+        offsetSeconds = 0;
+        return true;
+    }
+    if (at >= text.size() || (text[at] != u'+' && text[at] != u'-')) return false;
+    const int sign = text[at] == u'-' ? -1 : 1;
+    ++at;
+    int hours = 0, minutes = 0;
+    if (!readDigits(text, at, 2, hours)) return false;
+    if (expect(text, at, u':')) {
+        if (!readDigits(text, at, 2, minutes)) return false;
+    } else if (at < text.size() && !readDigits(text, at, 2, minutes)) {
+        return false;
+    }
+    if (hours > 23 || minutes > 59) return false;
+    offsetSeconds = sign * (hours * 3600 + minutes * 60);
+    return true;
 }
 
 }  // namespace
@@ -38,48 +64,41 @@ std::optional<Date> Date::parseIso(QStringView text) {
         !expect(text, at, u'-') || !readDigits(text, at, 2, day)) {
         return std::nullopt;
     }
-    QDate date(year, month, day);
+    const QDate date(year, month, day);
     if (!date.isValid()) return std::nullopt;
-    int hour = 0, minute = 0, second = 0;
+    // Whole seconds in integers and the fraction added once, so the only rounding is the last one.
+    long long seconds = (date.toJulianDay() - QDate(1970, 1, 1).toJulianDay()) * 86400;
     double fraction = 0;
-    int offsetSeconds = 0;
     if (at < text.size()) {
-        if (!expect(text, at, u'T') && !expect(text, at, u't') && !expect(text, at, u' ')) return std::nullopt;
+        if (!expect(text, at, u'T') && !expect(text, at, u't') && !expect(text, at, u' ')) {
+            return std::nullopt;
+        }
+        int hour = 0, minute = 0, second = 0;
         if (!readDigits(text, at, 2, hour) || !expect(text, at, u':') || !readDigits(text, at, 2, minute)) {
             return std::nullopt;
         }
-        if (expect(text, at, u':') && !readDigits(text, at, 2, second)) return std::nullopt;
-        if (expect(text, at, u'.') || expect(text, at, u',')) {
-            double scale = 0.1;
-            qsizetype digits = 0;
-            while (at < text.size() && text[at].unicode() >= '0' && text[at].unicode() <= '9') {
-                fraction += (text[at].unicode() - '0') * scale;
-                scale /= 10;
-                ++at;
-                ++digits;
+        if (expect(text, at, u':')) {
+            if (!readDigits(text, at, 2, second)) return std::nullopt;
+            if (expect(text, at, u'.') || expect(text, at, u',')) {
+                if (!isDigit(text, at)) return std::nullopt;
+                long long digits = 0;
+                int kept = 0;  // past 18 digits (attoseconds) nothing a double holds changes
+                for (; isDigit(text, at); ++at) {
+                    if (kept < 18) {
+                        digits = digits * 10 + (text[at].unicode() - u'0');
+                        ++kept;
+                    }
+                }
+                fraction = static_cast<double>(digits) / std::pow(10.0, kept);
             }
-            if (digits == 0) return std::nullopt;
         }
-        if (hour > 23 || minute > 59 || second > 60) return std::nullopt;
-        if (expect(text, at, u'Z') || expect(text, at, u'z')) {
-        } else if (at < text.size() && (text[at] == u'+' || text[at] == u'-')) {
-            int sign = text[at] == u'-' ? -1 : 1;
-            ++at;
-            int oh, om = 0;
-            if (!readDigits(text, at, 2, oh)) return std::nullopt;
-            if (expect(text, at, u':')) {
-                if (!readDigits(text, at, 2, om)) return std::nullopt;
-            } else if (at < text.size() && !readDigits(text, at, 2, om)) {
-                return std::nullopt;
-            }
-            offsetSeconds = sign * (oh * 3600 + om * 60);
-        } else {
-            return std::nullopt;  // an instant without a zone would be a guess
-        }
-        if (at != text.size()) return std::nullopt;
+        if (hour > 23 || minute > 59 || second > 60) return std::nullopt;  // 60: a leap second
+        int offsetSeconds = 0;
+        // An instant without a zone would be a guess.
+        if (!readZone(text, at, offsetSeconds) || at != text.size()) return std::nullopt;
+        seconds += hour * 3600 + minute * 60 + second - offsetSeconds;
     }
-    const double days = static_cast<double>(date.toJulianDay() - QDate(1970, 1, 1).toJulianDay());
-    return Date(days * 86400.0 + hour * 3600 + minute * 60 + second + fraction - offsetSeconds);
+    return Date(static_cast<double>(seconds) + fraction);
 }
 
 QString Date::toIso() const {

@@ -46,13 +46,15 @@ public:
     static Decimal fromParts(UInt128 mantissa, int exponent, bool negative);
 
     // Reads "12.5", "-0.001", "1e-7", "+3", ".5", "5.". Anything else (empty text, spaces, letters,
-    // "inf", "nan", a lone sign or point, an exponent out of range) is refused with nothing.
-    // More than 38 significant digits are rounded half away from zero.
+    // "inf", "nan", a lone sign or point, a value past 10^165 or with a digit below 10^-128) is
+    // refused with nothing. More than 38 significant digits are rounded half away from zero.
     static std::optional<Decimal> parse(std::string_view text);
     static std::optional<Decimal> parse(const QString& text);
+    static std::optional<Decimal> parse(const char* text) { return parse(std::string_view(text)); }
 
     // A double becomes a Decimal through its shortest round-trip text, so 0.1 becomes exactly 0.1.
-    // Infinities and NaN give nothing.
+    // Infinities, NaN and doubles past 10^165 (1e300) give nothing; digits below 10^-128 are
+    // rounded at that place, as arithmetic rounds results that small (5e-324 becomes 0).
     static std::optional<Decimal> fromDouble(double value);
 
     // The shortest exact text in plain notation: "2.5", "-0.001", "1200". Never an exponent.
@@ -98,6 +100,21 @@ public:
     std::size_t hash() const;
 
 private:
+    // Builds from parts already in range: a non-zero mantissa under 10^38 and an exponent in range.
+    static Decimal raw(UInt128 mantissa, int exponent, bool negative) {
+        Decimal d;
+        d.mantissa_ = mantissa;
+        d.exponent_ = exponent;
+        d.negative_ = negative;
+        return d;
+    }
+    static Decimal addSigned(const Decimal& a, const Decimal& b, bool bNegative);
+    // The plain text, written into `buffer`; the view points into it.
+    static constexpr std::size_t textCapacity = 176;
+    std::string_view writeText(char (&buffer)[textCapacity]) const;
+    static std::optional<Decimal> parseLong(std::string_view text);
+    static std::optional<Decimal> inRange(UInt128 mantissa, long long exponent, bool negative);
+
     static int compare(const Decimal& a, const Decimal& b);
     static int compareMagnitude(const Decimal& a, const Decimal& b);
 
@@ -106,8 +123,12 @@ private:
     bool negative_ = false;
 };
 
-inline Decimal max(const Decimal& a, const Decimal& b) { return a < b ? b : a; }
-inline Decimal min(const Decimal& a, const Decimal& b) { return b < a ? b : a; }
+inline Decimal max(const Decimal& a, const Decimal& b) {
+    return a < b ? b : a;
+}
+inline Decimal min(const Decimal& a, const Decimal& b) {
+    return b < a ? b : a;
+}
 
 }  // namespace tavix
 

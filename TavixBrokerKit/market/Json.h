@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace tavix {
@@ -53,6 +54,8 @@ public:
 
     // Parses a whole document. Throws JsonError on malformed text, with the byte offset.
     static Json parse(std::string_view text);
+    static Json parse(const char* text) { return parse(std::string_view(text)); }
+    static Json parse(const std::string& text) { return parse(std::string_view(text)); }
     static Json parse(const QByteArray& text) {
         return parse(std::string_view(text.constData(), static_cast<std::size_t>(text.size())));
     }
@@ -60,13 +63,13 @@ public:
     QByteArray serialize() const;
     std::string serializeStd() const;
 
-    Type type() const { return type_; }
-    bool isNull() const { return type_ == Type::null; }
-    bool isBool() const { return type_ == Type::boolean; }
-    bool isNumber() const { return type_ == Type::number; }
-    bool isString() const { return type_ == Type::string; }
-    bool isArray() const { return type_ == Type::array; }
-    bool isObject() const { return type_ == Type::object; }
+    Type type() const { return static_cast<Type>(value_.index()); }
+    bool isNull() const { return type() == Type::null; }
+    bool isBool() const { return type() == Type::boolean; }
+    bool isNumber() const { return type() == Type::number; }
+    bool isString() const { return type() == Type::string; }
+    bool isArray() const { return type() == Type::array; }
+    bool isObject() const { return type() == Type::object; }
 
     // Typed reads; each throws JsonError when the value is of another type.
     bool toBool() const;
@@ -95,11 +98,20 @@ public:
     friend bool operator==(const Json& a, const Json& b);
 
 private:
-    Type type_ = Type::null;
-    bool bool_ = false;
-    std::string text_;  // a number's text, or a string's UTF-8 bytes
-    Array items_;
-    Object members_;
+    friend class JsonBuilder;
+
+    // A number's exact text, kept apart from a string's bytes so the two never mix.
+    struct Number {
+        std::string text;
+        friend bool operator==(const Number&, const Number&) = default;
+    };
+    // Alternatives in the order of Type, so the index is the type.
+    using Value = std::variant<std::monostate, bool, Number, std::string, Array, Object>;
+
+    explicit Json(Number number) : value_(std::move(number)) {}
+    [[noreturn]] void wrongType(const char* expected) const;
+
+    Value value_;
 };
 
 }  // namespace tavix

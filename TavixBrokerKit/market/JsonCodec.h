@@ -17,11 +17,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace tavix {
@@ -32,6 +36,7 @@ Json toJson(const QString& value);
 Json toJson(bool value);
 Json toJson(int value);
 Json toJson(std::int64_t value);
+Json toJson(long long value);  // qint64
 Json toJson(double value);
 Json toJson(const QStringList& value);
 
@@ -41,6 +46,7 @@ void fromJson(const Json& json, QString& out);
 void fromJson(const Json& json, bool& out);
 void fromJson(const Json& json, int& out);
 void fromJson(const Json& json, std::int64_t& out);
+void fromJson(const Json& json, long long& out);
 void fromJson(const Json& json, double& out);
 void fromJson(const Json& json, QStringList& out);
 
@@ -55,7 +61,7 @@ template <class E>
     requires std::is_enum_v<E>
 void fromJson(const Json& json, E& out) {
     auto found = enumFromName<E>(json.stringUtf8());
-    if (!found) throw JsonError("unknown case");
+    if (!found) throw JsonError("not one of the known cases");
     out = *found;
 }
 
@@ -73,10 +79,26 @@ Json toJson(const std::vector<T>& values) {
     return array;
 }
 
+namespace detail {
+// Rethrow with the failing item's place in front, so a problem in a long list can be found.
+[[noreturn]] void failItem(std::size_t index, const JsonError& error);
+[[noreturn]] void failMember(const std::string& key, const JsonError& error);
+}  // namespace detail
+
+// Containers decode into a fresh container and replace `out` only when every item read.
 template <class T>
 void fromJson(const Json& json, std::vector<T>& out) {
-    out.clear();
-    for (const auto& item : json.items()) out.push_back(decodeJson<T>(item));
+    const auto& items = json.items();
+    std::vector<T> decoded;
+    decoded.reserve(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        try {
+            decoded.push_back(decodeJson<T>(items[i]));
+        } catch (const JsonError& e) {
+            detail::failItem(i, e);
+        }
+    }
+    out = std::move(decoded);
 }
 
 template <class T>
@@ -88,8 +110,16 @@ Json toJson(const std::set<T>& values) {
 
 template <class T>
 void fromJson(const Json& json, std::set<T>& out) {
-    out.clear();
-    for (const auto& item : json.items()) out.insert(decodeJson<T>(item));
+    const auto& items = json.items();
+    std::set<T> decoded;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        try {
+            decoded.insert(decodeJson<T>(items[i]));
+        } catch (const JsonError& e) {
+            detail::failItem(i, e);
+        }
+    }
+    out = std::move(decoded);
 }
 
 // Maps keyed by text encode as objects.
@@ -102,8 +132,16 @@ Json toJson(const std::map<QString, T>& values) {
 
 template <class T>
 void fromJson(const Json& json, std::map<QString, T>& out) {
-    out.clear();
-    for (const auto& [key, v] : json.members()) out.emplace(QString::fromStdString(key), decodeJson<T>(v));
+    const auto& members = json.members();
+    std::map<QString, T> decoded;
+    for (const auto& [key, v] : members) {
+        try {
+            decoded.emplace(QString::fromStdString(key), decodeJson<T>(v));
+        } catch (const JsonError& e) {
+            detail::failMember(key, e);
+        }
+    }
+    out = std::move(decoded);
 }
 
 // Builds a record's object field by field.

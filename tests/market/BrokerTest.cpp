@@ -71,6 +71,8 @@ TEST(BrokerErrorText, EveryCaseReadsAsTheUserSeesIt) {
     EXPECT_EQ(BrokerError::rateLimited(2.7).description(), QStringLiteral("Too many requests. Try again in 2s."));
     EXPECT_EQ(BrokerError::transport(QStringLiteral("timed out")).description(),
               QStringLiteral("Couldn't reach the brokerage: timed out."));
+    EXPECT_EQ(BrokerError::transport(QStringLiteral("The request timed out.")).description(),
+              QStringLiteral("Couldn't reach the brokerage: The request timed out."));
     EXPECT_EQ(BrokerError::api(403, QStringLiteral("forbidden")).description(),
               QStringLiteral("Brokerage returned 403: forbidden"));
     EXPECT_EQ(BrokerError::decoding(QStringLiteral("bad date")).description(),

@@ -1,0 +1,170 @@
+#include "market/Date.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+#include <stdexcept>
+
+using tavix::Date;
+
+namespace {
+
+constexpr double afternoon = 1772461800;  // 2026-03-02T14:30:00Z
+
+double seconds(const char* text) {
+    auto date = Date::parseIso(QString::fromLatin1(text));
+    if (!date) throw std::invalid_argument(std::string("refused: ") + text);
+    return date->secondsSince1970();
+}
+
+}  // namespace
+
+TEST(DateParse, ReadsInstantsWithAnyFraction) {
+    EXPECT_EQ(seconds("2026-03-02T14:30:00Z"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T14:30:00.000Z"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T14:30:00.5Z"), afternoon + 0.5);
+    EXPECT_EQ(seconds("2026-03-02T14:30:00,25Z"), afternoon + 0.25);
+    EXPECT_NEAR(seconds("2026-03-02T14:30:00.123Z"), afternoon + 0.123, 1e-6);
+    EXPECT_NEAR(seconds("2026-03-02T14:30:00.123456Z"), afternoon + 0.123456, 1e-6);
+    EXPECT_NEAR(seconds("2026-03-02T14:30:00.123456789Z"), afternoon + 0.123456789, 1e-6);
+    EXPECT_NEAR(seconds("2026-03-02T14:30:00.12345678901234567890123Z"), afternoon + 0.123456789, 1e-6);
+    // The fraction is added once to exact whole seconds: the result is the nearest double.
+    EXPECT_EQ(seconds("2026-03-02T14:30:00.1Z"), afternoon + 0.1);
+    EXPECT_EQ(seconds("1970-01-01T00:00:00.000001Z"), 0.000001);
+    EXPECT_EQ(seconds("2026-03-02t14:30:00z"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02 14:30:00Z"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T14:30Z"), afternoon);
+    EXPECT_EQ(seconds("1969-12-31T23:59:59Z"), -1);
+    EXPECT_EQ(seconds("0001-01-01T00:00:00Z"), -62135596800.0);
+    EXPECT_EQ(seconds("9999-12-31T23:59:59Z"), 253402300799.0);
+    EXPECT_EQ(seconds("2016-12-31T23:59:60Z"), seconds("2017-01-01T00:00:00Z"));  // a leap second
+}
+
+TEST(DateParse, AppliesZoneOffsets) {
+    EXPECT_EQ(seconds("2026-03-02T20:00:00+05:30"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T10:30:00-04:00"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T10:30:00.5-04:00"), afternoon + 0.5);
+    EXPECT_EQ(seconds("2026-03-02T20:00:00+0530"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T19:30:00+05"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T14:30:00+00:00"), afternoon);
+    EXPECT_EQ(seconds("2026-03-02T14:30:00-00:00"), afternoon);
+    EXPECT_EQ(seconds("2026-03-03T01:00:00+10:30"), afternoon);  // the day before in UTC
+    EXPECT_EQ(seconds("2026-03-01T23:30:00-15:00"), afternoon);
+}
+
+TEST(DateParse, ADateAloneIsItsUtcMidnight) {
+    EXPECT_EQ(seconds("2026-03-02"), afternoon - 14.5 * 3600);
+    EXPECT_EQ(seconds("2000-02-29"), 951782400);
+    EXPECT_EQ(seconds("1969-12-31"), -86400);
+    EXPECT_EQ(seconds("1970-01-01"), 0);
+}
+
+TEST(DateParse, RefusesGarbageAndInstantsWithoutAZone) {
+    for (const char* bad : {"",
+                            "garbage",
+                            "2026",
+                            "2026-03",
+                            "2026-3-2",
+                            "2026-03-2",
+                            "2026/03/02",
+                            "2026-02-30",
+                            "2025-02-29",
+                            "2100-02-29",
+                            "2026-13-01",
+                            "2026-00-10",
+                            "2026-03-00",
+                            "0000-01-01",
+                            "2026-03-02X",
+                            "2026-03-02T",
+                            "2026-03-02Z",
+                            "2026-03-02T14:30:00",
+                            "2026-03-02T14:30",
+                            "2026-03-02T14:30:00.5",
+                            "2026-03-02T25:00:00Z",
+                            "2026-03-02T14:60:00Z",
+                            "2026-03-02T14:30:61Z",
+                            "2026-03-02T14:30:00.Z",
+                            "2026-03-02T14:30.5Z",
+                            "2026-03-02T14:30:00ZZ",
+                            "2026-03-02T14:30:00Z ",
+                            " 2026-03-02T14:30:00Z",
+                            "2026-03-02T14:30:00+",
+                            "2026-03-02T14:30:00-",
+                            "2026-03-02T14:30:00+5:30",
+                            "2026-03-02T14:30:00+05:3",
+                            "2026-03-02T14:30:00+053",
+                            "2026-03-02T14:30:00+24:00",
+                            "2026-03-02T14:30:00+05:60",
+                            "2026-03-02T14:30:00 Z",
+                            "2026-03-02T4:30:00Z",
+                            "2026-03-02T14:3:00Z",
+                            "2026-03-02T14:30:0Z"}) {
+        EXPECT_FALSE(Date::parseIso(QString::fromLatin1(bad)).has_value()) << '"' << bad << '"';
+    }
+    EXPECT_FALSE(Date::parseIso(QStringLiteral("２０２６-03-02")).has_value());  // full-width digits
+    EXPECT_FALSE(Date::parseIso(QStringLiteral("2026-03-02T14:30:00.٣Z")).has_value());
+}
+
+TEST(DateFormat, WritesUtcWithTheFractionItNeeds) {
+    EXPECT_EQ(Date(afternoon).toIso(), QStringLiteral("2026-03-02T14:30:00Z"));
+    EXPECT_EQ(Date(afternoon + 0.5).toIso(), QStringLiteral("2026-03-02T14:30:00.5Z"));
+    EXPECT_EQ(Date(afternoon + 0.123).toIso(), QStringLiteral("2026-03-02T14:30:00.123Z"));
+    EXPECT_EQ(Date(afternoon + 0.120).toIso(), QStringLiteral("2026-03-02T14:30:00.12Z"));
+    EXPECT_EQ(Date(afternoon + 0.123456).toIso(), QStringLiteral("2026-03-02T14:30:00.123456Z"));
+    EXPECT_EQ(Date(afternoon + 0.000001).toIso(), QStringLiteral("2026-03-02T14:30:00.000001Z"));
+    EXPECT_EQ(Date(afternoon + 0.1234567).toIso(), QStringLiteral("2026-03-02T14:30:00.123457Z"));
+    EXPECT_EQ(Date(0).toIso(), QStringLiteral("1970-01-01T00:00:00Z"));
+    EXPECT_EQ(Date(-1).toIso(), QStringLiteral("1969-12-31T23:59:59Z"));
+    EXPECT_EQ(Date(-0.5).toIso(), QStringLiteral("1969-12-31T23:59:59.5Z"));
+    EXPECT_EQ(Date(59.9999999).toIso(),
+              QStringLiteral("1970-01-01T00:01:00Z"));  // rounds into the next second
+    EXPECT_EQ(Date(951868799).toIso(), QStringLiteral("2000-02-29T23:59:59Z"));
+    EXPECT_EQ(Date::parseIso(u"2026-03-02T14:30:00.999999999Z")->toIso(),
+              QStringLiteral("2026-03-02T14:30:01Z"));
+    EXPECT_EQ(Date::parseIso(u"2026-03-02T20:00:00.25+05:30")->toIso(),
+              QStringLiteral("2026-03-02T14:30:00.25Z"));
+}
+
+TEST(DateFormat, TextRoundTrips) {
+    for (const char* text :
+         {"2026-03-02T14:30:00Z", "2026-03-02T14:30:00.5Z", "2026-03-02T14:30:00.123Z",
+          "2026-03-02T14:30:00.123456Z", "1999-12-31T23:59:59.999999Z", "2024-02-29T00:00:00Z",
+          "1901-07-04T12:00:00.01Z", "2100-01-01T00:00:00.000001Z"}) {
+        const auto date = Date::parseIso(QString::fromLatin1(text));
+        ASSERT_TRUE(date.has_value()) << text;
+        EXPECT_EQ(date->toIso(), QString::fromLatin1(text));
+    }
+    // Any instant to the microsecond: its text reads back as the same text.
+    std::mt19937_64 rng(9);
+    std::uniform_int_distribution<long long> micros(-2'000'000'000'000'000LL, 4'000'000'000'000'000LL);
+    for (int i = 0; i < 2000; ++i) {
+        const long long at = micros(rng);
+        const Date date(static_cast<double>(at) / 1e6);
+        const QString text = date.toIso();
+        const auto back = Date::parseIso(text);
+        ASSERT_TRUE(back.has_value()) << text.toStdString();
+        EXPECT_EQ(back->toIso(), text);
+        EXPECT_NEAR(back->secondsSince1970(), date.secondsSince1970(), 1e-6) << text.toStdString();
+    }
+}
+
+TEST(DateArithmetic, AddsAndComparesSeconds) {
+    Date d(afternoon);
+    EXPECT_EQ(d + 60, Date(afternoon + 60));
+    EXPECT_EQ(d - 30, Date(afternoon - 30));
+    EXPECT_EQ((d + 90) - d, 90);
+    EXPECT_LT(d - 1, d);
+    EXPECT_GT(d + 0.001, d);
+    d += 15;
+    EXPECT_EQ(d.secondsSince1970(), afternoon + 15);
+    EXPECT_EQ(Date::fromSeconds(12.5).secondsSince1970(), 12.5);
+    EXPECT_EQ(*Date::parseIso(u"2026-03-03") - *Date::parseIso(u"2026-03-02"), 86400);
+    EXPECT_EQ(*Date::parseIso(u"2024-03-01") - *Date::parseIso(u"2024-02-28"), 2 * 86400);  // a leap year
+    EXPECT_EQ(*Date::parseIso(u"2100-03-01") - *Date::parseIso(u"2100-02-28"), 86400);      // not one
+    EXPECT_EQ(*Date::parseIso(u"2000-03-01") - *Date::parseIso(u"2000-02-28"), 2 * 86400);  // one again
+
+    const double system =
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    EXPECT_NEAR(Date::now().secondsSince1970(), system, 5);
+}

@@ -1,0 +1,614 @@
+#include "market/Decimal.h"
+
+#include "DecimalReference.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+using tavix::Decimal;
+using tavix::UInt128;
+using namespace tavix::test;
+
+namespace {
+
+using Rounding = Decimal::Rounding;
+
+Decimal dec(std::string_view text) {
+    auto d = Decimal::parse(text);
+    if (!d) throw std::invalid_argument("test value does not parse: " + std::string(text));
+    return *d;
+}
+
+std::string text(const Decimal& d) {
+    return d.toStdString();
+}
+
+// "0.000…0001" with the 1 at 10^-places, and "1000…0" with `zeros` zeros.
+std::string tiny(int places) {
+    return "0." + std::string(static_cast<std::size_t>(places - 1), '0') + "1";
+}
+std::string ones(int zeros) {
+    return "1" + std::string(static_cast<std::size_t>(zeros), '0');
+}
+
+const std::string nines38(38, '9');
+
+// Reports at most a handful of mismatches from a long sweep, so one fault does not print thousands.
+class Mismatches {
+public:
+    bool check(const std::string& got, const std::string& want, const std::string& what) {
+        if (got == want) return true;
+        if (++count_ <= 10) ADD_FAILURE() << what << ": got " << got << ", want " << want;
+        return false;
+    }
+    ~Mismatches() { EXPECT_EQ(count_, 0) << "mismatches in total"; }
+
+private:
+    int count_ = 0;
+};
+
+}  // namespace
+
+// ---- parsing and text ---------------------------------------------------------------------------
+
+TEST(DecimalParse, ReadsTheUsualForms) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"0.1", "0.1"},
+        {"-12.500", "-12.5"},
+        {"1e-7", "0.0000001"},
+        {".5", "0.5"},
+        {"5.", "5"},
+        {"+3", "3"},
+        {"-0", "0"},
+        {"-0.000", "0"},
+        {"00012.3400", "12.34"},
+        {"1E5", "100000"},
+        {"1e+5", "100000"},
+        {"12.5e-1", "1.25"},
+        {"0.00123e3", "1.23"},
+        {"187.34", "187.34"},
+        {"1200", "1200"},
+        {"-.5e1", "-5"},
+        {"0e999", "0"},
+        {"1e-128", tiny(128)},
+        {"100e-130", tiny(128)},
+        {"1e164", ones(164)},
+        {"1e0", "1"},
+        {"1e-0", "1"},
+        {"0.0000", "0"},
+    };
+    for (const auto& [input, want] : cases) {
+        auto d = Decimal::parse(input);
+        ASSERT_TRUE(d.has_value()) << input;
+        EXPECT_EQ(text(*d), want) << input;
+    }
+    EXPECT_FALSE(Decimal::parse("-0")->isNegative());
+}
+
+TEST(DecimalParse, RefusesBadText) {
+    for (const char* bad : {"",         "-",
+                            "+",        ".",
+                            "-.",       "+.e1",
+                            "1.2.3",    "abc",
+                            "1e",       "1e+",
+                            "1e-",      "e5",
+                            " 1",       "1 ",
+                            "inf",      "-inf",
+                            "Infinity", "nan",
+                            "NaN",      "1,5",
+                            "1e5.5",    "1e1000000",
+                            "--1",      "+-1",
+                            "0x10",     "1_000",
+                            "12a",      "1e2e3",
+                            "1.5.",     "1e165",
+                            "-1e165",   "1e-129",
+                            "1e-300",   "99999999999999999999999999999999999999e128"}) {
+        EXPECT_FALSE(Decimal::parse(std::string_view(bad)).has_value()) << '"' << bad << '"';
+    }
+    EXPECT_FALSE(Decimal::parse(std::string_view("1\0", 2)).has_value());
+    EXPECT_FALSE(Decimal::parse(QStringLiteral("１２")).has_value());  // full-width digits
+    EXPECT_FALSE(Decimal::parse(QStringLiteral("1²")).has_value());
+    EXPECT_EQ(text(*Decimal::parse(QStringLiteral("-12.50"))), "-12.5");
+}
+
+TEST(DecimalParse, RoundsPastThirtyEightDigitsHalfAwayFromZero) {
+    EXPECT_EQ(text(dec("1234567890123456789012345678901234567890")),
+              "1234567890123456789012345678901234567900");
+    EXPECT_EQ(text(dec("1234567890123456789012345678901234567849")),
+              "1234567890123456789012345678901234567800");
+    EXPECT_EQ(text(dec("0." + std::string(41, '9'))), "1");
+    EXPECT_EQ(text(dec("-" + nines38 + ".5")), "-" + ones(38));
+    EXPECT_EQ(text(dec("-" + nines38 + ".4999")), "-" + nines38);
+    EXPECT_EQ(text(dec("0.000" + nines38 + "5")), "0.001");
+    EXPECT_EQ(text(dec("1." + std::string(37, '0') + "5")), "1." + std::string(36, '0') + "1");
+    EXPECT_EQ(text(dec("1." + std::string(37, '0') + "4999999")), "1");
+    // Trailing zeros past 38 digits are not "dropped digits" and lose nothing.
+    EXPECT_EQ(text(dec("12345" + std::string(60, '0'))), "12345" + std::string(60, '0'));
+    EXPECT_EQ(text(dec("0.12345" + std::string(60, '0'))), "0.12345");
+}
+
+TEST(DecimalParse, RandomTextInManyShapesReadsAsTheSameValue) {
+    RefGenerator gen(11);
+    Mismatches mismatches;
+    for (int i = 0; i < 3000; ++i) {
+        RefNumber r = gen.next(-60, 60);
+        const std::string want = refText(r);
+        // The plain text itself round-trips.
+        auto plain = Decimal::parse(want);
+        if (!plain) {
+            ADD_FAILURE() << "refused " << want;
+            continue;
+        }
+        mismatches.check(text(*plain), want, "plain " + want);
+        EXPECT_EQ(*plain, toDecimal(r)) << want;
+        // The same value written with the point elsewhere, padding zeros and an exponent.
+        const auto length = static_cast<int>(r.digits.size());
+        const int point = gen.between(0, length);
+        const int written = r.exponent + (length - point);
+        std::string shape = r.negative ? "-" : (gen.between(0, 1) ? "+" : "");
+        shape += std::string(static_cast<std::size_t>(gen.between(0, 3)), '0');
+        shape += r.digits.substr(0, static_cast<std::size_t>(point)) + "." +
+                 r.digits.substr(static_cast<std::size_t>(point));
+        shape += std::string(static_cast<std::size_t>(gen.between(0, 3)), '0');
+        shape += (gen.between(0, 1) ? "e" : "E") + std::to_string(written);
+        auto shaped = Decimal::parse(shape);
+        if (!shaped) {
+            ADD_FAILURE() << "refused " << shape;
+            continue;
+        }
+        mismatches.check(text(*shaped), want, "shaped " + shape);
+    }
+}
+
+TEST(DecimalParse, RandomLongTextRoundsLikeLongHand) {
+    RefGenerator gen(12);
+    Mismatches mismatches;
+    for (int i = 0; i < 1000; ++i) {
+        std::string digits = std::to_string(gen.between(1, 9));
+        const int length = gen.between(39, 70);
+        const int style = gen.between(0, 2);
+        while (static_cast<int>(digits.size()) < length) {
+            char c = static_cast<char>('0' + gen.between(0, 9));
+            if (style == 1) c = '9';
+            if (style == 2) c = digits.size() == 38 ? '5' : '0';  // exact halves
+            digits.push_back(c);
+        }
+        const int exponent = gen.between(-60, 20);
+        RefNumber r = makeRef(digits, exponent, gen.between(0, 1) == 1);
+        const std::string input = (r.negative ? "-" : "") + digits + "e" + std::to_string(exponent);
+        mismatches.check(text(dec(input)), refText(round38(r)), input);
+    }
+}
+
+TEST(DecimalFormat, WritesTheShortestPlainText) {
+    EXPECT_EQ(text(Decimal::fromParts(25000, -4, false)), "2.5");
+    EXPECT_EQ(text(Decimal::fromParts(1, -3, true)), "-0.001");
+    EXPECT_EQ(text(Decimal::fromParts(12, 2, false)), "1200");
+    EXPECT_EQ(text(Decimal::fromParts(0, 7, true)), "0");
+    EXPECT_EQ(text(Decimal::fromParts(1, 127, false)), ones(127));
+    EXPECT_EQ(text(Decimal::fromParts(1, -128, true)), "-" + tiny(128));
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa(nines38), -38, false)), "0." + nines38);
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa("1234567890123456789012345"), -2, false)),
+              "12345678901234567890123.45");
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa("10000000000000000000"), -19, false)), "1");
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa("10000000000000000000000000000000000000"), 0, false)),
+              ones(37));
+    EXPECT_EQ(Decimal::fromParts(35, -1, true).toString(), QStringLiteral("-3.5"));
+}
+
+TEST(DecimalFormat, ToFixedShowsExactlyThePlacesAsked) {
+    const std::vector<std::tuple<std::string, int, std::string>> cases = {
+        {"12.5", 2, "12.50"},   {"12", 2, "12.00"},    {"0.005", 2, "0.01"},
+        {"-0.005", 2, "-0.01"}, {"-0.004", 2, "0.00"}, {"2.675", 2, "2.68"},
+        {"2.5", 0, "3"},        {"-2.5", 0, "-3"},     {"99.999", 2, "100.00"},
+        {"0", 3, "0.000"},      {"1e-50", 2, "0.00"},  {"187.34", 4, "187.3400"},
+        {"1234.5", -2, "1200"}, {"-0.5", 0, "-1"},     {"1e20", 1, "100000000000000000000.0"},
+    };
+    for (const auto& [input, places, want] : cases) {
+        EXPECT_EQ(dec(input).toFixed(places), QString::fromStdString(want)) << input << " to " << places;
+    }
+}
+
+TEST(DecimalFormat, ScaleCountsTheDigitsAfterThePoint) {
+    EXPECT_EQ(dec("12.50").scale(), 1);
+    EXPECT_EQ(dec("1200").scale(), 0);
+    EXPECT_EQ(dec("0.001").scale(), 3);
+    EXPECT_EQ(dec("-0.00100").scale(), 3);
+    EXPECT_EQ(dec("0").scale(), 0);
+    EXPECT_EQ(dec("1e-128").scale(), 128);
+    EXPECT_EQ(Decimal::fromParts(500, -2, false).scale(), 0);
+}
+
+// ---- arithmetic against long hand -----------------------------------------------------------------
+
+TEST(DecimalArithmetic, AdditionAndSubtractionMatchLongHand) {
+    RefGenerator gen(1);
+    Mismatches mismatches;
+    for (int i = 0; i < 4000; ++i) {
+        RefNumber a = gen.next(-60, 60);
+        // A quarter share an exponent, to cover the short path as well as alignment.
+        RefNumber b = gen.between(0, 3) == 0 ? gen.next(a.exponent, a.exponent) : gen.next(-60, 60);
+        const Decimal x = toDecimal(a), y = toDecimal(b);
+        const std::string shown = refText(a) + " and " + refText(b);
+        mismatches.check(text(x + y), refText(refAdd(a, b)), "sum of " + shown);
+        mismatches.check(text(x - y), refText(refAdd(a, refNegate(b))), "difference of " + shown);
+        mismatches.check(text(y - x), refText(refAdd(b, refNegate(a))), "reverse difference of " + shown);
+        mismatches.check(text(y + x), text(x + y), "commuted sum of " + shown);
+        mismatches.check(text(x - x), "0", "self difference of " + shown);
+        mismatches.check(text(x + Decimal()), refText(a), "plus zero of " + shown);
+        Decimal accumulated = x;
+        accumulated += y;
+        accumulated -= y;
+        mismatches.check(text(accumulated), refText(refAdd(refAdd(a, b), refNegate(b))), "+= -= of " + shown);
+    }
+}
+
+TEST(DecimalArithmetic, NearTiesInAdditionRoundLikeLongHand) {
+    // A 38-digit number plus or minus something near half a unit of its last place, with more
+    // digits below: exercises the dropped digit, the sticky digits and the borrow.
+    RefGenerator gen(2);
+    Mismatches mismatches;
+    for (int i = 0; i < 3000; ++i) {
+        RefNumber a = gen.next(0, 0);
+        a.digits = std::to_string(gen.between(1, 9)) + a.digits;
+        a.digits.resize(38, a.digits.back());
+        a.exponent = gen.between(-20, 20);
+        const int below = gen.between(1, 37);
+        std::string tail =
+            std::to_string(gen.between(4, 5)) + std::string(static_cast<std::size_t>(below), '0');
+        if (gen.between(0, 1)) tail.back() = static_cast<char>('1' + gen.between(0, 8));
+        RefNumber b = makeRef(tail, a.exponent - 1 - below, gen.between(0, 1) == 1);
+        mismatches.check(text(toDecimal(a) + toDecimal(b)), refText(refAdd(a, b)),
+                         refText(a) + " + " + refText(b));
+    }
+}
+
+TEST(DecimalArithmetic, NamedAdditionCases) {
+    // Carries into a 39th digit.
+    EXPECT_EQ(text(dec(nines38) + dec("1")), ones(38));
+    EXPECT_EQ(text(dec(nines38) + dec(nines38)), "2" + std::string(38, '0'));
+    EXPECT_EQ(text(dec("9." + std::string(37, '9')) + dec("0." + std::string(37, '0') + "5")), "10");
+    EXPECT_EQ(text(dec(ones(37)) + dec("0.5")), ones(36) + "1");
+    EXPECT_EQ(text(dec("-" + nines38) - dec(nines38)), "-2" + std::string(38, '0'));
+    // Cancellation.
+    EXPECT_EQ(text(dec("1") - dec("1e-50")), "1");
+    EXPECT_EQ(text(dec("1") - dec("1e-38")), "0." + nines38);
+    EXPECT_EQ(text(dec("1e37") - dec("0.5")), std::string(37, '9') + ".5");
+    EXPECT_EQ(text(dec("1e37") - dec("0.05")), ones(37));
+    EXPECT_EQ(text(dec("1e37") - dec("0.51")), std::string(37, '9') + ".5");
+    EXPECT_EQ(text(dec("1e40") - dec("1.5e-40")), ones(40));
+    EXPECT_EQ(text(dec("187.34") - dec("187.340")), "0");
+    EXPECT_TRUE((dec("-187.34") + dec("187.34")).isZero());
+    EXPECT_FALSE((dec("-187.34") + dec("187.34")).isNegative());
+    // Far-apart magnitudes keep every digit that fits.
+    EXPECT_EQ(text(dec("1e50") + dec("1.2345e37")),
+              "1000000000000" + std::string("12345") + std::string(33, '0'));
+    EXPECT_EQ(text(dec("1e100") + dec("1")), ones(100));
+    EXPECT_EQ(text(dec("1e-100") + dec("1e-101")), "0." + std::string(99, '0') + "11");
+    // Signs.
+    EXPECT_EQ(text(dec("-2.5") + dec("1")), "-1.5");
+    EXPECT_EQ(text(dec("2.5") - dec("-1")), "3.5");
+    EXPECT_EQ(text(dec("-2.5") - dec("-2.5")), "0");
+    EXPECT_EQ(text(-dec("2.5")), "-2.5");
+    EXPECT_EQ(text(-Decimal()), "0");
+    EXPECT_FALSE((-Decimal()).isNegative());
+    EXPECT_EQ(text(dec("187.34") + dec("12.5")), "199.84");
+}
+
+TEST(DecimalArithmetic, MultiplicationMatchesLongHand) {
+    RefGenerator gen(3);
+    Mismatches mismatches;
+    for (int i = 0; i < 4000; ++i) {
+        RefNumber a = gen.next(-40, 40), b = gen.next(-40, 40);
+        const Decimal x = toDecimal(a), y = toDecimal(b);
+        const std::string shown = refText(a) + " × " + refText(b);
+        mismatches.check(text(x * y), refText(refMultiply(a, b)), shown);
+        mismatches.check(text(y * x), text(x * y), "commuted " + shown);
+        mismatches.check(text(x * Decimal(1)), refText(a), "one times " + refText(a));
+        mismatches.check(text(x * Decimal(-1)), refText(refNegate(a)), "minus one times " + refText(a));
+    }
+    EXPECT_EQ(text(dec("187.34") * dec("12.5")), "2341.75");
+    EXPECT_EQ(text(dec("-0.1") * dec("0.1")), "-0.01");
+    EXPECT_EQ(text(dec("-3") * dec("-4")), "12");
+    EXPECT_EQ(text(dec(nines38) * dec(nines38)),
+              "99999999999999999999999999999999999998" + std::string(38, '0'));
+    EXPECT_EQ(text(dec("18446744073709551616") * dec("18446744073709551616")),
+              "340282366920938463463374607431768211460");
+}
+
+TEST(DecimalArithmetic, DivisionMatchesLongHand) {
+    RefGenerator gen(4);
+    Mismatches mismatches;
+    for (int i = 0; i < 3000; ++i) {
+        RefNumber a = gen.next(-20, 20), b = gen.next(-20, 20);
+        if (b.isZero()) continue;
+        const std::string shown = refText(a) + " / " + refText(b);
+        mismatches.check(text(toDecimal(a) / toDecimal(b)), refText(refDivide(a, b)), shown);
+        mismatches.check(text(toDecimal(a) / Decimal(1)), refText(a), refText(a) + " / 1");
+        if (!a.isZero()) mismatches.check(text(toDecimal(a) / toDecimal(a)), "1", shown + " self");
+    }
+}
+
+TEST(DecimalArithmetic, NamedDivisionCases) {
+    EXPECT_EQ(text(dec("1") / dec("3")), "0." + std::string(38, '3'));
+    EXPECT_EQ(text(dec("2") / dec("3")), "0." + std::string(37, '6') + "7");
+    EXPECT_EQ(text(dec("-2") / dec("3")), "-0." + std::string(37, '6') + "7");
+    EXPECT_EQ(text(dec("1") / dec("-3")), "-0." + std::string(38, '3'));
+    EXPECT_EQ(text(dec("10") / dec("3")), "3." + std::string(37, '3'));
+    EXPECT_EQ(dec("10") / dec("4"), dec("2.5"));
+    EXPECT_EQ(text(dec("10") / dec("4")), "2.5");
+    EXPECT_EQ(text(dec("1") / dec("8")), "0.125");
+    EXPECT_EQ(text(dec("100") / dec("4")), "25");
+    EXPECT_EQ(text(dec("1.00") / dec("0.25")), "4");
+    EXPECT_EQ(text(dec("2341.75") / dec("12.5")), "187.34");
+    EXPECT_EQ(text(dec("1e20") / dec("1e-20")), ones(40));
+    EXPECT_EQ(text(dec("1") / dec("1024")), "0.0009765625");
+    EXPECT_EQ(text(dec("0") / dec("-7")), "0");
+    EXPECT_EQ(
+        text(dec("1") / dec("12345678901234567890123")),
+        text(toDecimal(refDivide(makeRef("1", 0, false), makeRef("12345678901234567890123", 0, false)))));
+    EXPECT_EQ(text(dec(nines38) / dec("0." + nines38)), ones(38));
+    // Exact halves at the 39th digit round away from zero.
+    EXPECT_EQ(text(dec("98765432109876543210987654321098765431") / dec("2")),
+              "49382716054938271605493827160549382716");
+    EXPECT_EQ(text(dec("-98765432109876543210987654321098765431") / dec("0.2")),
+              "-493827160549382716054938271605493827160");
+    EXPECT_EQ(text(dec("12345678901234567890123456789012345679") / dec("2")),
+              "6172839450617283945061728394506172839.5");
+    EXPECT_EQ(text(dec("1") / dec("2e38")), "0.000000000000000000000000000000000000005");
+    EXPECT_EQ(text(dec(nines38) / dec("2")), "50000000000000000000000000000000000000");
+    EXPECT_EQ(text(dec("1") / dec("3e127")), "0." + std::string(127, '0') + "3");
+    EXPECT_EQ(text(dec("2") / dec("3e127")), "0." + std::string(127, '0') + "7");
+}
+
+TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
+    const Decimal largest = Decimal::fromParts(toMantissa(nines38), Decimal::maxExponent, false);
+    EXPECT_EQ(text(largest), nines38 + std::string(127, '0'));
+    EXPECT_THROW(dec("1e83") * dec("1e83"), std::overflow_error);
+    EXPECT_THROW(dec("-1e100") * dec("1e70"), std::overflow_error);
+    EXPECT_EQ(text(dec("1e82") * dec("1e82")), ones(164));
+    EXPECT_THROW(largest + largest, std::overflow_error);
+    EXPECT_THROW(-largest - largest, std::overflow_error);
+    EXPECT_THROW(largest * dec("10"), std::overflow_error);
+    EXPECT_THROW(dec("1e100") / dec("1e-100"), std::overflow_error);
+    EXPECT_THROW(Decimal::fromParts(1, 166, false), std::overflow_error);
+    EXPECT_EQ(largest + dec("1"), largest);
+    EXPECT_EQ(text(Decimal::fromParts(5, 130, false)), "5" + std::string(130, '0'));
+
+    EXPECT_THROW(dec("1") / dec("0"), std::domain_error);
+    EXPECT_THROW(dec("0") / dec("0.000"), std::domain_error);
+    EXPECT_THROW(dec("-1e-100") / Decimal(), std::domain_error);
+
+    // Below 10^-128 results round to that place.
+    EXPECT_EQ(text(dec("1e-100") * dec("1e-29")), "0");
+    EXPECT_EQ(text(dec("5e-100") * dec("1e-29")), tiny(128));
+    EXPECT_EQ(text(dec("1.5e-126") * dec("0.1")), "0." + std::string(126, '0') + "15");
+    EXPECT_EQ(text(dec("-1.5e-127") * dec("0.1")), "-0." + std::string(127, '0') + "2");
+    EXPECT_EQ(text(dec("-1.45e-126") * dec("0.01")), "-" + tiny(128));
+    EXPECT_EQ(text(Decimal::fromParts(123, -130, false)), tiny(128));
+    EXPECT_EQ(text(Decimal::fromParts(4, -129, false)), "0");
+    EXPECT_EQ(text(dec("1") / dec("3e127")), "0." + std::string(127, '0') + "3");
+    // Rounding to 38 digits and to the smallest place at once rounds only once.
+    // (10^38 + 45) × 10^-130 is 10^-92 + 4.5 × 10^-129: rounding to 38 digits first would make the
+    // 4 a 5 and then round that up.
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa(ones(38)) + 45, -130, false)), tiny(92));
+}
+
+// ---- rounding -----------------------------------------------------------------------------------
+
+TEST(DecimalRounding, ModesOnHalvesAndTheirNeighbours) {
+    struct Case {
+        const char* value;
+        int scale;
+        Rounding mode;
+        const char* want;
+    };
+    const std::vector<Case> cases = {
+        {"2.5", 0, Rounding::plain, "3"},        {"-2.5", 0, Rounding::plain, "-3"},
+        {"2.5", 0, Rounding::down, "2"},         {"-2.5", 0, Rounding::down, "-2"},
+        {"2.5", 0, Rounding::up, "3"},           {"-2.5", 0, Rounding::up, "-3"},
+        {"2.5", 0, Rounding::bankers, "2"},      {"-2.5", 0, Rounding::bankers, "-2"},
+        {"3.5", 0, Rounding::bankers, "4"},      {"-3.5", 0, Rounding::bankers, "-4"},
+        {"2.45", 1, Rounding::plain, "2.5"},     {"2.45", 1, Rounding::bankers, "2.4"},
+        {"2.45", 1, Rounding::down, "2.4"},      {"2.45", 1, Rounding::up, "2.5"},
+        {"-2.45", 1, Rounding::plain, "-2.5"},   {"-2.45", 1, Rounding::bankers, "-2.4"},
+        {"2.451", 1, Rounding::bankers, "2.5"},  {"2.449", 1, Rounding::plain, "2.4"},
+        {"2.1", 0, Rounding::up, "3"},           {"-2.1", 0, Rounding::up, "-3"},
+        {"2.9", 0, Rounding::down, "2"},         {"-2.9", 0, Rounding::down, "-2"},
+        {"0.05", 1, Rounding::bankers, "0"},     {"0.15", 1, Rounding::bankers, "0.2"},
+        {"9.99", 1, Rounding::plain, "10"},      {"-9.99", 1, Rounding::up, "-10"},
+        {"0.4", 0, Rounding::plain, "0"},        {"-0.4", 0, Rounding::plain, "0"},
+        {"0.0001", 2, Rounding::up, "0.01"},     {"-0.0001", 2, Rounding::up, "-0.01"},
+        {"1250", -2, Rounding::bankers, "1200"}, {"1350", -2, Rounding::bankers, "1400"},
+        {"1250", -2, Rounding::plain, "1300"},   {"12.5", 3, Rounding::up, "12.5"},
+        {"1e-50", 2, Rounding::up, "0.01"},      {"1e-50", 2, Rounding::plain, "0"},
+        {"0.5", 0, Rounding::bankers, "0"},      {"1.5", 0, Rounding::bankers, "2"},
+    };
+    for (const Case& c : cases) {
+        const Decimal r = dec(c.value).rounded(c.scale, c.mode);
+        EXPECT_EQ(text(r), c.want) << c.value << " at scale " << c.scale << " mode "
+                                   << static_cast<int>(c.mode);
+    }
+    EXPECT_EQ(text(dec("2.5").rounded(0)), "3");  // plain is the default
+}
+
+TEST(DecimalRounding, EverySmallValueMatchesLongHand) {
+    Mismatches mismatches;
+    for (int i = -2000; i <= 2000; ++i) {
+        const std::string digits = std::to_string(i < 0 ? -i : i);
+        const RefNumber r = makeRef(digits, -3, i < 0);
+        const Decimal d = toDecimal(r);
+        for (int scale = -3; scale <= 3; ++scale) {
+            for (Rounding mode : {Rounding::plain, Rounding::down, Rounding::up, Rounding::bankers}) {
+                mismatches.check(text(d.rounded(scale, mode)), refText(refRound(r, scale, mode)),
+                                 refText(r) + " at " + std::to_string(scale) + " mode " +
+                                     std::to_string(static_cast<int>(mode)));
+            }
+        }
+    }
+}
+
+TEST(DecimalRounding, RandomValuesMatchLongHand) {
+    RefGenerator gen(5);
+    Mismatches mismatches;
+    for (int i = 0; i < 4000; ++i) {
+        const RefNumber r = gen.next(-60, 10);
+        const int scale = gen.between(-10, 60);
+        for (Rounding mode : {Rounding::plain, Rounding::down, Rounding::up, Rounding::bankers}) {
+            mismatches.check(text(toDecimal(r).rounded(scale, mode)), refText(refRound(r, scale, mode)),
+                             refText(r) + " at " + std::to_string(scale) + " mode " +
+                                 std::to_string(static_cast<int>(mode)));
+        }
+    }
+}
+
+TEST(DecimalRounding, IsWholeAndToInt64) {
+    EXPECT_TRUE(dec("12").isWhole());
+    EXPECT_TRUE(dec("12.000").isWhole());
+    EXPECT_TRUE(dec("1e50").isWhole());
+    EXPECT_TRUE(dec("0").isWhole());
+    EXPECT_TRUE(dec("-7").isWhole());
+    EXPECT_FALSE(dec("12.5").isWhole());
+    EXPECT_FALSE(dec("1e-50").isWhole());
+    EXPECT_FALSE(dec(ones(34) + ".001").isWhole());
+    EXPECT_FALSE(Decimal::fromParts(toMantissa(nines38), -38, false).isWhole());
+
+    EXPECT_EQ(dec("9223372036854775807").toInt64(), std::numeric_limits<long long>::max());
+    EXPECT_EQ(dec("-9223372036854775808").toInt64(), std::numeric_limits<long long>::min());
+    EXPECT_EQ(dec("9223372036854775808").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("-9223372036854775809").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("92233720368547758.07e2").toInt64(), std::numeric_limits<long long>::max());
+    EXPECT_EQ(dec("9.223372036854775808e18").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("18446744073709551616").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("1e30").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("1e164").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("12.5").toInt64(), std::nullopt);
+    EXPECT_EQ(dec("12.000").toInt64(), 12);
+    EXPECT_EQ(dec("1.2e3").toInt64(), 1200);
+    EXPECT_EQ(dec("-0").toInt64(), 0);
+    EXPECT_EQ(dec("-42").toInt64(), -42);
+}
+
+// ---- comparison and hashing ---------------------------------------------------------------------
+
+TEST(DecimalCompare, ComparesByValueAcrossExponents) {
+    EXPECT_EQ(dec("1.50"), dec("1.5"));
+    EXPECT_EQ(Decimal::fromParts(0, 5, true), Decimal());
+    EXPECT_LT(dec("1.5"), dec("1.51"));
+    EXPECT_LT(dec("-1.5"), dec("-1.49"));
+    EXPECT_LT(dec("-1e-50"), Decimal());
+    EXPECT_GT(dec("1e-50"), Decimal());
+    EXPECT_GT(dec(ones(38)), dec(nines38));
+    EXPECT_LT(dec("0." + nines38), dec("1"));
+    EXPECT_GT(dec("1e100"), dec(nines38));
+    EXPECT_EQ(dec("1200"), Decimal::fromParts(12, 2, false));
+    EXPECT_EQ(max(dec("2"), dec("3")), dec("3"));
+    EXPECT_EQ(min(dec("-2"), dec("3")), dec("-2"));
+
+    RefGenerator gen(6);
+    int wrong = 0;
+    for (int i = 0; i < 4000; ++i) {
+        RefNumber a = gen.next(-45, 45);
+        RefNumber b = gen.between(0, 2) == 0 ? gen.next(a.exponent - 3, a.exponent + 3) : gen.next(-45, 45);
+        if (gen.between(0, 4) == 0) b = a;
+        const int want = refCompare(a, b);
+        const Decimal x = toDecimal(a), y = toDecimal(b);
+        const int got = x < y ? -1 : (x == y ? 0 : 1);
+        if (got != want && ++wrong <= 10) ADD_FAILURE() << refText(a) << " vs " << refText(b);
+        EXPECT_EQ(x <=> y, want <=> 0);
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(DecimalCompare, EqualValuesHashEquallyWhateverTheirExponent) {
+    RefGenerator gen(7);
+    for (int i = 0; i < 2000; ++i) {
+        RefNumber a = gen.next(-40, 40);
+        if (a.digits.size() >= 38) continue;
+        const auto k = static_cast<std::size_t>(gen.between(1, static_cast<int>(38 - a.digits.size())));
+        RefNumber b = makeRef(a.digits + std::string(k, '0'), a.exponent - static_cast<int>(k), a.negative);
+        const Decimal x = toDecimal(a), y = toDecimal(b);
+        ASSERT_EQ(x, y) << refText(a);
+        EXPECT_EQ(x.hash(), y.hash()) << refText(a);
+        EXPECT_EQ(std::hash<Decimal>{}(x), std::hash<Decimal>{}(y));
+    }
+    std::unordered_set<Decimal> set{dec("1.5"), dec("1.50"), dec("1.500"), dec("15e-1"), dec("-1.5"),
+                                    dec("0"),   dec("-0"),   dec("0.00"),  dec("2")};
+    EXPECT_EQ(set.size(), 4U);
+    EXPECT_NE(dec("1.5").hash(), dec("-1.5").hash());
+    EXPECT_NE(dec("1.5").hash(), dec("15").hash());
+}
+
+// ---- conversions --------------------------------------------------------------------------------
+
+TEST(DecimalConvert, FromDoubleGoesThroughTheShortestText) {
+    EXPECT_EQ(text(*Decimal::fromDouble(0.1)), "0.1");
+    EXPECT_EQ(text(*Decimal::fromDouble(1e-7)), "0.0000001");
+    EXPECT_EQ(text(*Decimal::fromDouble(0.1 + 0.2)), "0.30000000000000004");
+    EXPECT_EQ(text(*Decimal::fromDouble(187.34)), "187.34");
+    EXPECT_EQ(text(*Decimal::fromDouble(-2.5)), "-2.5");
+    EXPECT_EQ(text(*Decimal::fromDouble(1e21)), ones(21));
+    EXPECT_EQ(text(*Decimal::fromDouble(123456789012345680000.0)), "123456789012345680000");
+    EXPECT_EQ(text(*Decimal::fromDouble(-0.0)), "0");
+    EXPECT_FALSE(Decimal::fromDouble(-0.0)->isNegative());
+    EXPECT_EQ(text(*Decimal::fromDouble(1e-128)), tiny(128));
+    EXPECT_EQ(text(*Decimal::fromDouble(1e164)), ones(164));
+    // Past the range a Decimal holds, or not a number at all: nothing.
+    EXPECT_FALSE(Decimal::fromDouble(1e300).has_value());
+    EXPECT_FALSE(Decimal::fromDouble(-1e300).has_value());
+    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::max()).has_value());
+    // Far below 10^-128 they round at that place, as arithmetic does.
+    EXPECT_EQ(text(*Decimal::fromDouble(5e-324)), "0");
+    EXPECT_EQ(text(*Decimal::fromDouble(-1e-200)), "0");
+    EXPECT_FALSE(Decimal::fromDouble(-1e-200)->isNegative());
+    EXPECT_EQ(text(*Decimal::fromDouble(1.5e-128)), "0." + std::string(127, '0') + "2");
+    EXPECT_EQ(text(*Decimal::fromDouble(-1.2345678901234567e-128)), "-" + tiny(128));
+    EXPECT_EQ(text(*Decimal::fromDouble(1.2345678901234567e-120)),
+              "0." + std::string(119, '0') + "123456789");
+    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::infinity()).has_value());
+    EXPECT_FALSE(Decimal::fromDouble(-std::numeric_limits<double>::infinity()).has_value());
+    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::quiet_NaN()).has_value());
+}
+
+TEST(DecimalConvert, DoublesRoundTrip) {
+    std::mt19937_64 rng(8);
+    std::uniform_real_distribution<double> mantissa(1.0, 10.0);
+    std::uniform_int_distribution<int> exponent(-30, 30);
+    for (int i = 0; i < 3000; ++i) {
+        const double x = std::ldexp(mantissa(rng), exponent(rng) * 3) * (i % 2 ? -1 : 1);
+        auto d = Decimal::fromDouble(x);
+        ASSERT_TRUE(d.has_value()) << x;
+        EXPECT_EQ(d->toDouble(), x);
+    }
+    EXPECT_EQ(dec("0.1").toDouble(), 0.1);
+    EXPECT_EQ(dec("-187.34").toDouble(), -187.34);
+    EXPECT_EQ(dec("0").toDouble(), 0.0);
+    EXPECT_EQ(dec("1e164").toDouble(), 1e164);
+    EXPECT_EQ(dec("0.30000000000000004").toDouble(), 0.1 + 0.2);
+    EXPECT_EQ(dec("0." + nines38).toDouble(), 1.0);
+}
+
+TEST(DecimalConvert, IntegersAndParts) {
+    EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::min())), "-9223372036854775808");
+    EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::max())), "9223372036854775807");
+    EXPECT_EQ(text(Decimal(std::numeric_limits<unsigned long long>::max())), "18446744073709551615");
+    EXPECT_EQ(text(Decimal(-5)), "-5");
+    EXPECT_EQ(text(Decimal(0U)), "0");
+    EXPECT_FALSE(Decimal(0).isNegative());
+    EXPECT_EQ(Decimal(-5).signum(), -1);
+    EXPECT_EQ(Decimal(0).signum(), 0);
+    EXPECT_EQ(Decimal(7).signum(), 1);
+    EXPECT_EQ(Decimal(-5).abs(), Decimal(5));
+    // A mantissa past 38 digits is rounded into them.
+    EXPECT_EQ(text(Decimal::fromParts(~UInt128{0}, 0, false)), "340282366920938463463374607431768211460");
+    EXPECT_EQ(text(Decimal::fromParts(~UInt128{0}, -39, true)), "-0.34028236692093846346337460743176821146");
+    const UInt128 tenTo38 = toMantissa(ones(38));
+    EXPECT_EQ(text(Decimal::fromParts(tenTo38, 0, false)), ones(38));
+    EXPECT_LE(Decimal::fromParts(tenTo38 + 5, 0, false).mantissa(), toMantissa(nines38));
+}
