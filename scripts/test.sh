@@ -5,6 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
+# Let ccache share results between clones in different folders (CI builds in a fresh clone).
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 cmake --preset dev >/dev/null
 cmake --build --preset dev
 export QT_QPA_PLATFORM=offscreen
