@@ -59,29 +59,11 @@ private:
 
 TEST(DecimalParse, ReadsTheUsualForms) {
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {"0.1", "0.1"},
-        {"-12.500", "-12.5"},
-        {"1e-7", "0.0000001"},
-        {".5", "0.5"},
-        {"5.", "5"},
-        {"+3", "3"},
-        {"-0", "0"},
-        {"-0.000", "0"},
-        {"00012.3400", "12.34"},
-        {"1E5", "100000"},
-        {"1e+5", "100000"},
-        {"12.5e-1", "1.25"},
-        {"0.00123e3", "1.23"},
-        {"187.34", "187.34"},
-        {"1200", "1200"},
-        {"-.5e1", "-5"},
-        {"0e999", "0"},
-        {"1e-128", tiny(128)},
-        {"100e-130", tiny(128)},
-        {"1e164", ones(164)},
-        {"1e0", "1"},
-        {"1e-0", "1"},
-        {"0.0000", "0"},
+        {"0.1", "0.1"},      {"-12.500", "-12.5"}, {"1e-7", "0.0000001"}, {".5", "0.5"},
+        {"5.", "5"},         {"+3", "3"},          {"-0.000", "0"},       {"00012.3400", "12.34"},
+        {"1E5", "100000"},   {"1e+5", "100000"},   {"12.5e-1", "1.25"},   {"0.00123e3", "1.23"},
+        {"-.5e1", "-5"},     {"0e999", "0"},       {"1e-128", tiny(128)}, {"100e-130", tiny(128)},
+        {"1e164", ones(164)}, {"1e-0", "1"},
     };
     for (const auto& [input, want] : cases) {
         auto d = Decimal::parse(input);
@@ -92,23 +74,10 @@ TEST(DecimalParse, ReadsTheUsualForms) {
 }
 
 TEST(DecimalParse, RefusesBadText) {
-    for (const char* bad : {"",         "-",
-                            "+",        ".",
-                            "-.",       "+.e1",
-                            "1.2.3",    "abc",
-                            "1e",       "1e+",
-                            "1e-",      "e5",
-                            " 1",       "1 ",
-                            "inf",      "-inf",
-                            "Infinity", "nan",
-                            "NaN",      "1,5",
-                            "1e5.5",    "1e1000000",
-                            "--1",      "+-1",
-                            "0x10",     "1_000",
-                            "12a",      "1e2e3",
-                            "1.5.",     "1e165",
-                            "-1e165",   "1e-129",
-                            "1e-300",   "99999999999999999999999999999999999999e128"}) {
+    for (const char* bad : {"", "-", "+", ".", "-.", "+.e1", "1.2.3", "abc", "1e", "1e+", "1e-", "e5", " 1",
+                            "1 ", "inf", "Infinity", "nan", "1,5", "1e5.5", "1e1000000", "--1", "+-1", "0x10",
+                            "1_000", "12a", "1e2e3", "1.5.", "1e165", "-1e165", "1e-129",
+                            "99999999999999999999999999999999999999e128"}) {
         EXPECT_FALSE(Decimal::parse(std::string_view(bad)).has_value()) << '"' << bad << '"';
     }
     EXPECT_FALSE(Decimal::parse(std::string_view("1\0", 2)).has_value());
@@ -127,7 +96,6 @@ TEST(DecimalParse, RoundsPastThirtyEightDigitsHalfAwayFromZero) {
     EXPECT_EQ(text(dec("-" + nines38 + ".4999")), "-" + nines38);
     EXPECT_EQ(text(dec("0.000" + nines38 + "5")), "0.001");
     EXPECT_EQ(text(dec("1." + std::string(37, '0') + "5")), "1." + std::string(36, '0') + "1");
-    EXPECT_EQ(text(dec("1." + std::string(37, '0') + "4999999")), "1");
     // Trailing zeros past 38 digits are not "dropped digits" and lose nothing.
     EXPECT_EQ(text(dec("12345" + std::string(60, '0'))), "12345" + std::string(60, '0'));
     EXPECT_EQ(text(dec("0.12345" + std::string(60, '0'))), "0.12345");
@@ -188,17 +156,11 @@ TEST(DecimalParse, RandomLongTextRoundsLikeLongHand) {
 
 TEST(DecimalFormat, WritesTheShortestPlainText) {
     EXPECT_EQ(text(Decimal::fromParts(25000, -4, false)), "2.5");
-    EXPECT_EQ(text(Decimal::fromParts(1, -3, true)), "-0.001");
-    EXPECT_EQ(text(Decimal::fromParts(12, 2, false)), "1200");
     EXPECT_EQ(text(Decimal::fromParts(0, 7, true)), "0");
     EXPECT_EQ(text(Decimal::fromParts(1, 127, false)), ones(127));
     EXPECT_EQ(text(Decimal::fromParts(1, -128, true)), "-" + tiny(128));
     EXPECT_EQ(text(Decimal::fromParts(toMantissa(nines38), -38, false)), "0." + nines38);
-    EXPECT_EQ(text(Decimal::fromParts(toMantissa("1234567890123456789012345"), -2, false)),
-              "12345678901234567890123.45");
-    EXPECT_EQ(text(Decimal::fromParts(toMantissa("10000000000000000000"), -19, false)), "1");
-    EXPECT_EQ(text(Decimal::fromParts(toMantissa("10000000000000000000000000000000000000"), 0, false)),
-              ones(37));
+    EXPECT_EQ(text(Decimal::fromParts(toMantissa(ones(19)), -19, false)), "1");
     EXPECT_EQ(Decimal::fromParts(35, -1, true).toString(), QStringLiteral("-3.5"));
 }
 
@@ -216,12 +178,10 @@ TEST(DecimalFormat, ToFixedShowsExactlyThePlacesAsked) {
 }
 
 TEST(DecimalFormat, ScaleCountsTheDigitsAfterThePoint) {
-    EXPECT_EQ(dec("12.50").scale(), 1);
-    EXPECT_EQ(dec("1200").scale(), 0);
-    EXPECT_EQ(dec("0.001").scale(), 3);
-    EXPECT_EQ(dec("-0.00100").scale(), 3);
-    EXPECT_EQ(dec("0").scale(), 0);
-    EXPECT_EQ(dec("1e-128").scale(), 128);
+    for (const auto& [input, want] : std::vector<std::pair<const char*, int>>{
+             {"12.50", 1}, {"1200", 0}, {"-0.00100", 3}, {"0", 0}, {"1e-128", 128}}) {
+        EXPECT_EQ(dec(input).scale(), want) << input;
+    }
     EXPECT_EQ(Decimal::fromParts(500, -2, false).scale(), 0);
 }
 
@@ -239,9 +199,7 @@ TEST(DecimalArithmetic, AdditionAndSubtractionMatchLongHand) {
         mismatches.check(text(x + y), refText(refAdd(a, b)), "sum of " + shown);
         mismatches.check(text(x - y), refText(refAdd(a, refNegate(b))), "difference of " + shown);
         mismatches.check(text(y - x), refText(refAdd(b, refNegate(a))), "reverse difference of " + shown);
-        mismatches.check(text(y + x), text(x + y), "commuted sum of " + shown);
         mismatches.check(text(x - x), "0", "self difference of " + shown);
-        mismatches.check(text(x + Decimal()), refText(a), "plus zero of " + shown);
         Decimal accumulated = x;
         accumulated += y;
         accumulated -= y;
@@ -281,24 +239,14 @@ TEST(DecimalArithmetic, NamedAdditionCases) {
     EXPECT_EQ(text(dec("1") - dec("1e-38")), "0." + nines38);
     EXPECT_EQ(text(dec("1e37") - dec("0.5")), std::string(37, '9') + ".5");
     EXPECT_EQ(text(dec("1e37") - dec("0.05")), ones(37));
-    EXPECT_EQ(text(dec("1e37") - dec("0.51")), std::string(37, '9') + ".5");
     EXPECT_EQ(text(dec("1e40") - dec("1.5e-40")), ones(40));
-    EXPECT_EQ(text(dec("187.34") - dec("187.340")), "0");
-    EXPECT_TRUE((dec("-187.34") + dec("187.34")).isZero());
     EXPECT_FALSE((dec("-187.34") + dec("187.34")).isNegative());
     // Far-apart magnitudes keep every digit that fits.
     EXPECT_EQ(text(dec("1e50") + dec("1.2345e37")),
               "1000000000000" + std::string("12345") + std::string(33, '0'));
     EXPECT_EQ(text(dec("1e100") + dec("1")), ones(100));
-    EXPECT_EQ(text(dec("1e-100") + dec("1e-101")), "0." + std::string(99, '0') + "11");
-    // Signs.
-    EXPECT_EQ(text(dec("-2.5") + dec("1")), "-1.5");
-    EXPECT_EQ(text(dec("2.5") - dec("-1")), "3.5");
-    EXPECT_EQ(text(dec("-2.5") - dec("-2.5")), "0");
     EXPECT_EQ(text(-dec("2.5")), "-2.5");
-    EXPECT_EQ(text(-Decimal()), "0");
     EXPECT_FALSE((-Decimal()).isNegative());
-    EXPECT_EQ(text(dec("187.34") + dec("12.5")), "199.84");
 }
 
 TEST(DecimalArithmetic, MultiplicationMatchesLongHand) {
@@ -309,13 +257,8 @@ TEST(DecimalArithmetic, MultiplicationMatchesLongHand) {
         const Decimal x = toDecimal(a), y = toDecimal(b);
         const std::string shown = refText(a) + " × " + refText(b);
         mismatches.check(text(x * y), refText(refMultiply(a, b)), shown);
-        mismatches.check(text(y * x), text(x * y), "commuted " + shown);
-        mismatches.check(text(x * Decimal(1)), refText(a), "one times " + refText(a));
         mismatches.check(text(x * Decimal(-1)), refText(refNegate(a)), "minus one times " + refText(a));
     }
-    EXPECT_EQ(text(dec("187.34") * dec("12.5")), "2341.75");
-    EXPECT_EQ(text(dec("-0.1") * dec("0.1")), "-0.01");
-    EXPECT_EQ(text(dec("-3") * dec("-4")), "12");
     EXPECT_EQ(text(dec(nines38) * dec(nines38)),
               "99999999999999999999999999999999999998" + std::string(38, '0'));
     EXPECT_EQ(text(dec("18446744073709551616") * dec("18446744073709551616")),
@@ -330,7 +273,6 @@ TEST(DecimalArithmetic, DivisionMatchesLongHand) {
         if (b.isZero()) continue;
         const std::string shown = refText(a) + " / " + refText(b);
         mismatches.check(text(toDecimal(a) / toDecimal(b)), refText(refDivide(a, b)), shown);
-        mismatches.check(text(toDecimal(a) / Decimal(1)), refText(a), refText(a) + " / 1");
         if (!a.isZero()) mismatches.check(text(toDecimal(a) / toDecimal(a)), "1", shown + " self");
     }
 }
@@ -339,20 +281,8 @@ TEST(DecimalArithmetic, NamedDivisionCases) {
     EXPECT_EQ(text(dec("1") / dec("3")), "0." + std::string(38, '3'));
     EXPECT_EQ(text(dec("2") / dec("3")), "0." + std::string(37, '6') + "7");
     EXPECT_EQ(text(dec("-2") / dec("3")), "-0." + std::string(37, '6') + "7");
-    EXPECT_EQ(text(dec("1") / dec("-3")), "-0." + std::string(38, '3'));
-    EXPECT_EQ(text(dec("10") / dec("3")), "3." + std::string(37, '3'));
-    EXPECT_EQ(dec("10") / dec("4"), dec("2.5"));
-    EXPECT_EQ(text(dec("10") / dec("4")), "2.5");
-    EXPECT_EQ(text(dec("1") / dec("8")), "0.125");
-    EXPECT_EQ(text(dec("100") / dec("4")), "25");
-    EXPECT_EQ(text(dec("1.00") / dec("0.25")), "4");
     EXPECT_EQ(text(dec("2341.75") / dec("12.5")), "187.34");
     EXPECT_EQ(text(dec("1e20") / dec("1e-20")), ones(40));
-    EXPECT_EQ(text(dec("1") / dec("1024")), "0.0009765625");
-    EXPECT_EQ(text(dec("0") / dec("-7")), "0");
-    EXPECT_EQ(
-        text(dec("1") / dec("12345678901234567890123")),
-        text(toDecimal(refDivide(makeRef("1", 0, false), makeRef("12345678901234567890123", 0, false)))));
     EXPECT_EQ(text(dec(nines38) / dec("0." + nines38)), ones(38));
     // Exact halves at the 39th digit round away from zero.
     EXPECT_EQ(text(dec("98765432109876543210987654321098765431") / dec("2")),
@@ -363,7 +293,6 @@ TEST(DecimalArithmetic, NamedDivisionCases) {
               "6172839450617283945061728394506172839.5");
     EXPECT_EQ(text(dec("1") / dec("2e38")), "0.000000000000000000000000000000000000005");
     EXPECT_EQ(text(dec(nines38) / dec("2")), "50000000000000000000000000000000000000");
-    EXPECT_EQ(text(dec("1") / dec("3e127")), "0." + std::string(127, '0') + "3");
     EXPECT_EQ(text(dec("2") / dec("3e127")), "0." + std::string(127, '0') + "7");
 }
 
@@ -371,10 +300,8 @@ TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
     const Decimal largest = Decimal::fromParts(toMantissa(nines38), Decimal::maxExponent, false);
     EXPECT_EQ(text(largest), nines38 + std::string(127, '0'));
     EXPECT_THROW(dec("1e83") * dec("1e83"), std::overflow_error);
-    EXPECT_THROW(dec("-1e100") * dec("1e70"), std::overflow_error);
     EXPECT_EQ(text(dec("1e82") * dec("1e82")), ones(164));
     EXPECT_THROW(largest + largest, std::overflow_error);
-    EXPECT_THROW(-largest - largest, std::overflow_error);
     EXPECT_THROW(largest * dec("10"), std::overflow_error);
     EXPECT_THROW(dec("1e100") / dec("1e-100"), std::overflow_error);
     EXPECT_THROW(Decimal::fromParts(1, 166, false), std::overflow_error);
@@ -383,7 +310,6 @@ TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
 
     EXPECT_THROW(dec("1") / dec("0"), std::domain_error);
     EXPECT_THROW(dec("0") / dec("0.000"), std::domain_error);
-    EXPECT_THROW(dec("-1e-100") / Decimal(), std::domain_error);
 
     // Below 10^-128 results round to that place.
     EXPECT_EQ(text(dec("1e-100") * dec("1e-29")), "0");
@@ -391,7 +317,6 @@ TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
     EXPECT_EQ(text(dec("1.5e-126") * dec("0.1")), "0." + std::string(126, '0') + "15");
     EXPECT_EQ(text(dec("-1.5e-127") * dec("0.1")), "-0." + std::string(127, '0') + "2");
     EXPECT_EQ(text(dec("-1.45e-126") * dec("0.01")), "-" + tiny(128));
-    EXPECT_EQ(text(Decimal::fromParts(123, -130, false)), tiny(128));
     EXPECT_EQ(text(Decimal::fromParts(4, -129, false)), "0");
     EXPECT_EQ(text(dec("1") / dec("3e127")), "0." + std::string(127, '0') + "3");
     // Rounding to 38 digits and to the smallest place at once rounds only once.
@@ -409,26 +334,18 @@ TEST(DecimalRounding, ModesOnHalvesAndTheirNeighbours) {
         Rounding mode;
         const char* want;
     };
+    using enum Decimal::Rounding;
     const std::vector<Case> cases = {
-        {"2.5", 0, Rounding::plain, "3"},        {"-2.5", 0, Rounding::plain, "-3"},
-        {"2.5", 0, Rounding::down, "2"},         {"-2.5", 0, Rounding::down, "-2"},
-        {"2.5", 0, Rounding::up, "3"},           {"-2.5", 0, Rounding::up, "-3"},
-        {"2.5", 0, Rounding::bankers, "2"},      {"-2.5", 0, Rounding::bankers, "-2"},
-        {"3.5", 0, Rounding::bankers, "4"},      {"-3.5", 0, Rounding::bankers, "-4"},
-        {"2.45", 1, Rounding::plain, "2.5"},     {"2.45", 1, Rounding::bankers, "2.4"},
-        {"2.45", 1, Rounding::down, "2.4"},      {"2.45", 1, Rounding::up, "2.5"},
-        {"-2.45", 1, Rounding::plain, "-2.5"},   {"-2.45", 1, Rounding::bankers, "-2.4"},
-        {"2.451", 1, Rounding::bankers, "2.5"},  {"2.449", 1, Rounding::plain, "2.4"},
-        {"2.1", 0, Rounding::up, "3"},           {"-2.1", 0, Rounding::up, "-3"},
-        {"2.9", 0, Rounding::down, "2"},         {"-2.9", 0, Rounding::down, "-2"},
-        {"0.05", 1, Rounding::bankers, "0"},     {"0.15", 1, Rounding::bankers, "0.2"},
-        {"9.99", 1, Rounding::plain, "10"},      {"-9.99", 1, Rounding::up, "-10"},
-        {"0.4", 0, Rounding::plain, "0"},        {"-0.4", 0, Rounding::plain, "0"},
-        {"0.0001", 2, Rounding::up, "0.01"},     {"-0.0001", 2, Rounding::up, "-0.01"},
-        {"1250", -2, Rounding::bankers, "1200"}, {"1350", -2, Rounding::bankers, "1400"},
-        {"1250", -2, Rounding::plain, "1300"},   {"12.5", 3, Rounding::up, "12.5"},
-        {"1e-50", 2, Rounding::up, "0.01"},      {"1e-50", 2, Rounding::plain, "0"},
-        {"0.5", 0, Rounding::bankers, "0"},      {"1.5", 0, Rounding::bankers, "2"},
+        {"2.5", 0, plain, "3"},       {"-2.5", 0, plain, "-3"},      {"2.5", 0, down, "2"},
+        {"-2.5", 0, down, "-2"},      {"2.5", 0, up, "3"},           {"-2.5", 0, up, "-3"},
+        {"2.5", 0, bankers, "2"},     {"-2.5", 0, bankers, "-2"},    {"3.5", 0, bankers, "4"},
+        {"-3.5", 0, bankers, "-4"},   {"2.45", 1, plain, "2.5"},     {"2.45", 1, bankers, "2.4"},
+        {"-2.45", 1, plain, "-2.5"},  {"-2.45", 1, bankers, "-2.4"}, {"2.451", 1, bankers, "2.5"},
+        {"-2.1", 0, up, "-3"},        {"-2.9", 0, down, "-2"},       {"0.05", 1, bankers, "0"},
+        {"0.15", 1, bankers, "0.2"},  {"9.99", 1, plain, "10"},      {"-9.99", 1, up, "-10"},
+        {"-0.4", 0, plain, "0"},      {"-0.0001", 2, up, "-0.01"},   {"1250", -2, bankers, "1200"},
+        {"1350", -2, bankers, "1400"}, {"1250", -2, plain, "1300"},  {"12.5", 3, up, "12.5"},
+        {"1e-50", 2, up, "0.01"},     {"1e-50", 2, plain, "0"},      {"0.5", 0, bankers, "0"},
     };
     for (const Case& c : cases) {
         const Decimal r = dec(c.value).rounded(c.scale, c.mode);
@@ -469,45 +386,31 @@ TEST(DecimalRounding, RandomValuesMatchLongHand) {
 }
 
 TEST(DecimalRounding, IsWholeAndToInt64) {
-    EXPECT_TRUE(dec("12").isWhole());
-    EXPECT_TRUE(dec("12.000").isWhole());
-    EXPECT_TRUE(dec("1e50").isWhole());
-    EXPECT_TRUE(dec("0").isWhole());
-    EXPECT_TRUE(dec("-7").isWhole());
-    EXPECT_FALSE(dec("12.5").isWhole());
-    EXPECT_FALSE(dec("1e-50").isWhole());
-    EXPECT_FALSE(dec(ones(34) + ".001").isWhole());
-    EXPECT_FALSE(Decimal::fromParts(toMantissa(nines38), -38, false).isWhole());
-
-    EXPECT_EQ(dec("9223372036854775807").toInt64(), std::numeric_limits<long long>::max());
-    EXPECT_EQ(dec("-9223372036854775808").toInt64(), std::numeric_limits<long long>::min());
-    EXPECT_EQ(dec("9223372036854775808").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("-9223372036854775809").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("92233720368547758.07e2").toInt64(), std::numeric_limits<long long>::max());
-    EXPECT_EQ(dec("9.223372036854775808e18").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("18446744073709551616").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("1e30").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("1e164").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("12.5").toInt64(), std::nullopt);
-    EXPECT_EQ(dec("12.000").toInt64(), 12);
-    EXPECT_EQ(dec("1.2e3").toInt64(), 1200);
-    EXPECT_EQ(dec("-0").toInt64(), 0);
-    EXPECT_EQ(dec("-42").toInt64(), -42);
+    for (const std::string& whole : {std::string("12.000"), std::string("1e50"), std::string("0")}) {
+        EXPECT_TRUE(dec(whole).isWhole()) << whole;
+    }
+    for (const std::string& part : {std::string("12.5"), std::string("1e-50"), ones(34) + ".001"}) {
+        EXPECT_FALSE(dec(part).isWhole()) << part;
+    }
+    const std::vector<std::pair<const char*, std::optional<long long>>> cases = {
+        {"9223372036854775807", std::numeric_limits<long long>::max()},
+        {"-9223372036854775808", std::numeric_limits<long long>::min()},
+        {"92233720368547758.07e2", std::numeric_limits<long long>::max()},
+        {"9223372036854775808", std::nullopt}, {"-9223372036854775809", std::nullopt},
+        {"18446744073709551616", std::nullopt}, {"1e164", std::nullopt}, {"12.5", std::nullopt},
+        {"12.000", 12}, {"1.2e3", 1200}, {"-0", 0}, {"-42", -42},
+    };
+    for (const auto& [input, want] : cases) EXPECT_EQ(dec(input).toInt64(), want) << input;
 }
 
 // ---- comparison and hashing ---------------------------------------------------------------------
 
 TEST(DecimalCompare, ComparesByValueAcrossExponents) {
-    EXPECT_EQ(dec("1.50"), dec("1.5"));
     EXPECT_EQ(Decimal::fromParts(0, 5, true), Decimal());
-    EXPECT_LT(dec("1.5"), dec("1.51"));
     EXPECT_LT(dec("-1.5"), dec("-1.49"));
     EXPECT_LT(dec("-1e-50"), Decimal());
-    EXPECT_GT(dec("1e-50"), Decimal());
     EXPECT_GT(dec(ones(38)), dec(nines38));
     EXPECT_LT(dec("0." + nines38), dec("1"));
-    EXPECT_GT(dec("1e100"), dec(nines38));
-    EXPECT_EQ(dec("1200"), Decimal::fromParts(12, 2, false));
     EXPECT_EQ(max(dec("2"), dec("3")), dec("3"));
     EXPECT_EQ(min(dec("-2"), dec("3")), dec("-2"));
 
@@ -548,32 +451,20 @@ TEST(DecimalCompare, EqualValuesHashEquallyWhateverTheirExponent) {
 // ---- conversions --------------------------------------------------------------------------------
 
 TEST(DecimalConvert, FromDoubleGoesThroughTheShortestText) {
-    EXPECT_EQ(text(*Decimal::fromDouble(0.1)), "0.1");
-    EXPECT_EQ(text(*Decimal::fromDouble(1e-7)), "0.0000001");
-    EXPECT_EQ(text(*Decimal::fromDouble(0.1 + 0.2)), "0.30000000000000004");
-    EXPECT_EQ(text(*Decimal::fromDouble(187.34)), "187.34");
-    EXPECT_EQ(text(*Decimal::fromDouble(-2.5)), "-2.5");
-    EXPECT_EQ(text(*Decimal::fromDouble(1e21)), ones(21));
-    EXPECT_EQ(text(*Decimal::fromDouble(123456789012345680000.0)), "123456789012345680000");
-    EXPECT_EQ(text(*Decimal::fromDouble(-0.0)), "0");
-    EXPECT_FALSE(Decimal::fromDouble(-0.0)->isNegative());
-    EXPECT_EQ(text(*Decimal::fromDouble(1e-128)), tiny(128));
-    EXPECT_EQ(text(*Decimal::fromDouble(1e164)), ones(164));
-    // Past the range a Decimal holds, or not a number at all: nothing.
-    EXPECT_FALSE(Decimal::fromDouble(1e300).has_value());
-    EXPECT_FALSE(Decimal::fromDouble(-1e300).has_value());
-    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::max()).has_value());
     // Far below 10^-128 they round at that place, as arithmetic does.
-    EXPECT_EQ(text(*Decimal::fromDouble(5e-324)), "0");
-    EXPECT_EQ(text(*Decimal::fromDouble(-1e-200)), "0");
+    const std::vector<std::pair<double, std::string>> cases = {
+        {0.1, "0.1"}, {0.1 + 0.2, "0.30000000000000004"}, {187.34, "187.34"}, {1e21, ones(21)},
+        {-0.0, "0"}, {1e-128, tiny(128)}, {1e164, ones(164)}, {5e-324, "0"}, {-1e-200, "0"},
+        {1.5e-128, "0." + std::string(127, '0') + "2"}, {-1.2345678901234567e-128, "-" + tiny(128)},
+        {1.2345678901234567e-120, "0." + std::string(119, '0') + "123456789"},
+    };
+    for (const auto& [value, want] : cases) EXPECT_EQ(text(*Decimal::fromDouble(value)), want) << value;
     EXPECT_FALSE(Decimal::fromDouble(-1e-200)->isNegative());
-    EXPECT_EQ(text(*Decimal::fromDouble(1.5e-128)), "0." + std::string(127, '0') + "2");
-    EXPECT_EQ(text(*Decimal::fromDouble(-1.2345678901234567e-128)), "-" + tiny(128));
-    EXPECT_EQ(text(*Decimal::fromDouble(1.2345678901234567e-120)),
-              "0." + std::string(119, '0') + "123456789");
-    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::infinity()).has_value());
-    EXPECT_FALSE(Decimal::fromDouble(-std::numeric_limits<double>::infinity()).has_value());
-    EXPECT_FALSE(Decimal::fromDouble(std::numeric_limits<double>::quiet_NaN()).has_value());
+    // Past the range a Decimal holds, or not a number at all: nothing.
+    for (double out : {1e300, -1e300, std::numeric_limits<double>::infinity(),
+                       std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_FALSE(Decimal::fromDouble(out).has_value()) << out;
+    }
 }
 
 TEST(DecimalConvert, DoublesRoundTrip) {
@@ -586,11 +477,8 @@ TEST(DecimalConvert, DoublesRoundTrip) {
         ASSERT_TRUE(d.has_value()) << x;
         EXPECT_EQ(d->toDouble(), x);
     }
-    EXPECT_EQ(dec("0.1").toDouble(), 0.1);
     EXPECT_EQ(dec("-187.34").toDouble(), -187.34);
-    EXPECT_EQ(dec("0").toDouble(), 0.0);
     EXPECT_EQ(dec("1e164").toDouble(), 1e164);
-    EXPECT_EQ(dec("0.30000000000000004").toDouble(), 0.1 + 0.2);
     EXPECT_EQ(dec("0." + nines38).toDouble(), 1.0);
 }
 
@@ -598,12 +486,8 @@ TEST(DecimalConvert, IntegersAndParts) {
     EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::min())), "-9223372036854775808");
     EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::max())), "9223372036854775807");
     EXPECT_EQ(text(Decimal(std::numeric_limits<unsigned long long>::max())), "18446744073709551615");
-    EXPECT_EQ(text(Decimal(-5)), "-5");
-    EXPECT_EQ(text(Decimal(0U)), "0");
-    EXPECT_FALSE(Decimal(0).isNegative());
     EXPECT_EQ(Decimal(-5).signum(), -1);
     EXPECT_EQ(Decimal(0).signum(), 0);
-    EXPECT_EQ(Decimal(7).signum(), 1);
     EXPECT_EQ(Decimal(-5).abs(), Decimal(5));
     // A mantissa past 38 digits is rounded into them.
     EXPECT_EQ(text(Decimal::fromParts(~UInt128{0}, 0, false)), "340282366920938463463374607431768211460");

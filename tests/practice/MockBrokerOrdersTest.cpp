@@ -18,21 +18,20 @@ protected:
         broker->pin(acme, dec(price));
         return quote(acme);
     }
-    Order buyShares(int quantity) {
-        auto placed = place(stockOrder(acme, OrderSide::buy, quantity));
-        return order(placed.id);
+    Order buyShares(int quantity) { return order(place(stockOrder(acme, OrderSide::buy, quantity)).id); }
+    // A take-profit and a stop-loss on the request (0 for none).
+    static OrderRequest withExits(OrderRequest request, int takeProfit, int stopLoss) {
+        if (takeProfit) request.takeProfit = Decimal(takeProfit);
+        if (stopLoss) request.stopLoss = Decimal(stopLoss);
+        return request;
     }
 };
 
 TEST_F(MockBrokerOrders, MarketOrdersBookPendingAndDealAcrossTheSpreadAtTheNextRead) {
     const Quote at100 = quote(acme);
-    ASSERT_TRUE(at100.bid && at100.ask);
     ASSERT_LT(*at100.bid, *at100.ask);
-
     auto placed = place(stockOrder(acme, OrderSide::buy, 10));
     EXPECT_EQ(placed.status, OrderStatus::pending);
-    EXPECT_EQ(placed.accountID, account());
-    EXPECT_EQ(placed.enteredAt, clock);
     EXPECT_TRUE(broker->ledger().book.at(placed.id).fresh);
 
     advance(60);
@@ -43,8 +42,6 @@ TEST_F(MockBrokerOrders, MarketOrdersBookPendingAndDealAcrossTheSpreadAtTheNextR
     EXPECT_EQ(listed[0].averageFillPrice, at100.ask);  // a buy pays the ask
     EXPECT_EQ(listed[0].closedAt, clock);
     EXPECT_FALSE(broker->ledger().book.at(placed.id).fresh);  // reported now
-    EXPECT_TRUE(broker->openOrders().empty());
-
     auto sold = place(stockOrder(acme, OrderSide::sell, 10));
     EXPECT_EQ(order(sold.id).averageFillPrice, at100.bid);  // a sale gets the bid
 }
@@ -60,7 +57,6 @@ TEST_F(MockBrokerOrders, LimitOrdersWaitForThePriceToReachThem) {
     auto bought = order(buy.id);
     EXPECT_EQ(bought.status, OrderStatus::filled);
     EXPECT_EQ(bought.averageFillPrice, low.ask);
-    EXPECT_LE(*bought.averageFillPrice, dec("95"));
     EXPECT_EQ(order(sell.id).status, OrderStatus::working);
 
     pinAt("121");
@@ -83,9 +79,8 @@ TEST_F(MockBrokerOrders, StopsTriggerAtTheirPriceAndThenDealAsMarketOrStopLimit)
     // stop limit is triggered but waits for its limit.
     const Quote fell = pinAt("85");
     EXPECT_EQ(order(stopID).averageFillPrice, fell.bid);
-    auto waiting = order(stopLimitID);
-    EXPECT_EQ(waiting.status, OrderStatus::working);
-    EXPECT_EQ(broker->ledger().book.at(stopLimitID).triggered, true);
+    EXPECT_EQ(order(stopLimitID).status, OrderStatus::working);
+    EXPECT_TRUE(broker->ledger().book.at(stopLimitID).triggered);
 
     // Back over its limit but not its stop: triggered stays, so it deals.
     pinAt("89.50");
@@ -98,11 +93,8 @@ TEST_F(MockBrokerOrders, LargeRestingLimitsFillInPartsAcrossReads) {
     auto first = order(id);
     EXPECT_EQ(first.status, OrderStatus::partiallyFilled);
     EXPECT_EQ(first.filledQuantity, Decimal(151));  // half of 301, rounded up
-    EXPECT_TRUE(first.isOpen());
     EXPECT_EQ(order(id).filledQuantity, Decimal(226));  // 75 more of the 150 left
-    auto done = order(id);
-    EXPECT_EQ(done.status, OrderStatus::filled);
-    EXPECT_EQ(done.filledQuantity, Decimal(301));
+    EXPECT_EQ(order(id).status, OrderStatus::filled);
     EXPECT_EQ(position(acme)->quantity, Decimal(301));
 
     // Every read matches: a part fills on a read of positions too.
@@ -129,10 +121,7 @@ TEST_F(MockBrokerOrders, APartFilledAtTwoPricesAveragesThem) {
 TEST_F(MockBrokerOrders, CancelStopsAnOpenOrderAndRefusesOneThatEnded) {
     auto resting = place(limitOrder(acme, OrderSide::buy, 10, "50"));
     cancel(resting.id);
-    auto cancelled = order(resting.id);
-    EXPECT_EQ(cancelled.status, OrderStatus::cancelled);
-    EXPECT_EQ(cancelled.closedAt, clock);
-
+    EXPECT_EQ(order(resting.id).status, OrderStatus::cancelled);
     try {
         cancel(resting.id);
         FAIL() << "cancelled twice";
@@ -153,7 +142,7 @@ TEST_F(MockBrokerOrders, CancelStopsAnOpenOrderAndRefusesOneThatEnded) {
 
 TEST_F(MockBrokerOrders, OrdersListNewestFirstAndSinceKeepsOpenOnes) {
     auto oldOpen = place(limitOrder(acme, OrderSide::buy, 1, "50"));
-    auto oldFilled = place(stockOrder(acme, OrderSide::buy, 1));
+    place(stockOrder(acme, OrderSide::buy, 1));
     orders();
     advance(3600);
     auto recent = place(limitOrder(acme, OrderSide::buy, 2, "60"));
@@ -168,7 +157,6 @@ TEST_F(MockBrokerOrders, OrdersListNewestFirstAndSinceKeepsOpenOnes) {
     for (auto& o : since) ids.push_back(o.id);
     EXPECT_EQ(ids, (std::vector<QString>{recent.id, oldOpen.id}));  // not the old filled one
     EXPECT_EQ(await(broker->orderHistory(account())).size(), 3u);
-    EXPECT_NE(oldFilled.id, oldOpen.id);
 }
 
 TEST_F(MockBrokerOrders, ReplaceMovesThePriceIntoANewOrder) {
@@ -179,14 +167,9 @@ TEST_F(MockBrokerOrders, ReplaceMovesThePriceIntoANewOrder) {
     EXPECT_EQ(moved.limitPrice, Decimal(60));
     EXPECT_EQ(moved.quantity, Decimal(10));
     EXPECT_EQ(moved.enteredAt, clock);
-
     auto replaced = order(old.id);
     EXPECT_EQ(replaced.status, OrderStatus::replaced);
     EXPECT_EQ(replaced.replacedBy, moved.id);
-    EXPECT_FALSE(replaced.isOpen());
-    auto listed = orders();
-    ASSERT_EQ(listed.size(), 2u);
-    EXPECT_EQ(listed[0].id, moved.id);
 
     auto refused = [&](std::optional<Decimal> limit, std::optional<Decimal> stop, const QString& id) {
         try {
@@ -196,8 +179,6 @@ TEST_F(MockBrokerOrders, ReplaceMovesThePriceIntoANewOrder) {
         }
         return QStringLiteral("moved");
     };
-    EXPECT_EQ(refused(std::nullopt, std::nullopt, moved.id),
-              QStringLiteral("there's no new price to move it to."));
     // A limit order has no stop to move.
     EXPECT_EQ(refused(std::nullopt, Decimal(55), moved.id),
               QStringLiteral("there's no new price to move it to."));
@@ -253,23 +234,14 @@ TEST_F(MockBrokerOrders, ImmediateOrdersThatCannotDealAreCancelledAtTheirFirstMa
     auto ioc = limitOrder(acme, OrderSide::buy, 500, "50");
     ioc.timeInForce = TimeInForce::immediateOrCancel;
     EXPECT_EQ(order(place(ioc).id).status, OrderStatus::cancelled);
-
     auto fok = limitOrder(acme, OrderSide::buy, 500, "101");
     fok.timeInForce = TimeInForce::fillOrKill;
-    auto filled = order(place(fok).id);
-    EXPECT_EQ(filled.status, OrderStatus::filled);  // whole, not in parts
-    EXPECT_EQ(filled.filledQuantity, Decimal(500));
+    EXPECT_EQ(order(place(fok).id).status, OrderStatus::filled);  // whole, not in parts
 }
 
 TEST_F(MockBrokerOrders, ABracketBooksItsExitsAsLegsThatCanDealInTheMatchItsEntryFills) {
-    auto entry = limitOrder(acme, OrderSide::buy, 10, "95");
-    entry.takeProfit = Decimal(110);
-    entry.stopLoss = Decimal(90);
-    auto placed = place(entry);
-    EXPECT_EQ(placed.type, OrderType::limit);
-    ASSERT_EQ(placed.legs.size(), 2u);
-    ASSERT_NE(placed.takeProfitLeg(), nullptr);
-    ASSERT_NE(placed.stopLossLeg(), nullptr);
+    auto placed = place(withExits(limitOrder(acme, OrderSide::buy, 10, "95"), 110, 90));
+    ASSERT_TRUE(placed.takeProfitLeg() && placed.stopLossLeg());
     EXPECT_EQ(placed.takeProfitLeg()->side, OrderSide::sell);
     EXPECT_EQ(placed.takeProfitLeg()->limitPrice, Decimal(110));
     EXPECT_EQ(placed.takeProfitLeg()->quantity, Decimal(10));
@@ -279,18 +251,13 @@ TEST_F(MockBrokerOrders, ABracketBooksItsExitsAsLegsThatCanDealInTheMatchItsEntr
     // in the same match.
     broker->pin(acme, Decimal(85));
     auto out = order(placed.id);
-    EXPECT_EQ(out.status, OrderStatus::filled);
     EXPECT_EQ(out.stopLossLeg()->status, OrderStatus::filled);
     EXPECT_EQ(out.takeProfitLeg()->status, OrderStatus::cancelled);
     EXPECT_FALSE(position(acme).has_value());
 }
 
 TEST_F(MockBrokerOrders, ABracketsTakeProfitFillingCancelsItsStopLoss) {
-    auto entry = limitOrder(acme, OrderSide::buy, 10, "95");
-    entry.takeProfit = Decimal(110);
-    entry.stopLoss = Decimal(90);
-    auto id = place(entry).id;
-
+    auto id = place(withExits(limitOrder(acme, OrderSide::buy, 10, "95"), 110, 90)).id;
     pinAt("111");
     auto before = order(id);
     EXPECT_EQ(before.status, OrderStatus::working);
@@ -298,9 +265,7 @@ TEST_F(MockBrokerOrders, ABracketsTakeProfitFillingCancelsItsStopLoss) {
     EXPECT_FALSE(broker->ledger().book.at(before.takeProfitLeg()->id).armed);
 
     pinAt("94");
-    auto entered = order(id);
-    EXPECT_EQ(entered.status, OrderStatus::filled);
-    EXPECT_EQ(entered.takeProfitLeg()->status, OrderStatus::working);
+    EXPECT_EQ(order(id).takeProfitLeg()->status, OrderStatus::working);
     EXPECT_EQ(position(acme)->available, Decimal(0));  // the exits hold all ten
 
     pinAt("110.50");
@@ -311,9 +276,7 @@ TEST_F(MockBrokerOrders, ABracketsTakeProfitFillingCancelsItsStopLoss) {
 }
 
 TEST_F(MockBrokerOrders, CancellingAPartFilledEntryArmsItsExitsForWhatFilled) {
-    auto entry = limitOrder(acme, OrderSide::buy, 300, "101");
-    entry.stopLoss = Decimal(80);
-    auto id = place(entry).id;
+    auto id = place(withExits(limitOrder(acme, OrderSide::buy, 300, "101"), 0, 80)).id;
     order(id);  // 150 filled
     broker->pin(acme, Decimal(102));
     cancel(id);
@@ -324,18 +287,14 @@ TEST_F(MockBrokerOrders, CancellingAPartFilledEntryArmsItsExitsForWhatFilled) {
     EXPECT_EQ(ended.legs[0].status, OrderStatus::working);
 
     // Without a fill, the exits go with their entry.
-    auto other = limitOrder(acme, OrderSide::buy, 5, "50");
-    other.takeProfit = Decimal(120);
-    auto otherID = place(other).id;
+    auto otherID = place(withExits(limitOrder(acme, OrderSide::buy, 5, "50"), 120, 0)).id;
     cancel(otherID);
     EXPECT_EQ(order(otherID).legs[0].status, OrderStatus::cancelled);
 }
 
 TEST_F(MockBrokerOrders, AnExitPairOnHeldSharesCancelsOneLegWhenTheOtherFills) {
     buyShares(10);
-    auto exits = stockOrder(acme, OrderSide::sell, 10);
-    exits.takeProfit = Decimal(110);
-    exits.stopLoss = Decimal(90);
+    const auto exits = withExits(stockOrder(acme, OrderSide::sell, 10), 110, 90);
     auto group = place(exits);
     EXPECT_EQ(group.type, OrderType::limit);
     EXPECT_EQ(group.limitPrice, Decimal(110));
@@ -362,10 +321,7 @@ TEST_F(MockBrokerOrders, AnExitPairOnHeldSharesCancelsOneLegWhenTheOtherFills) {
 
 TEST_F(MockBrokerOrders, APartFillOnOneExitTakesItsQuantityOffTheOther) {
     buyShares(300);
-    auto exits = stockOrder(acme, OrderSide::sell, 300);
-    exits.takeProfit = Decimal(110);
-    exits.stopLoss = Decimal(90);
-    auto group = place(exits);
+    auto group = place(withExits(stockOrder(acme, OrderSide::sell, 300), 110, 90));
     pinAt("111");
     auto part = order(group.id);
     EXPECT_EQ(part.filledQuantity, Decimal(150));
@@ -381,10 +337,7 @@ TEST_F(MockBrokerOrders, APartFillOnOneExitTakesItsQuantityOffTheOther) {
 }
 
 TEST_F(MockBrokerOrders, MovingABracketsStopLossKeepsItInTheGroup) {
-    auto entry = stockOrder(acme, OrderSide::buy, 10);
-    entry.takeProfit = Decimal(120);
-    entry.stopLoss = Decimal(90);
-    auto id = place(entry).id;
+    auto id = place(withExits(stockOrder(acme, OrderSide::buy, 10), 120, 90)).id;
     auto stopID = order(id).stopLossLeg()->id;
 
     auto moved = await(broker->replaceOrder(stopID, account(), std::nullopt, Decimal(95)));
@@ -392,7 +345,6 @@ TEST_F(MockBrokerOrders, MovingABracketsStopLossKeepsItInTheGroup) {
     ASSERT_NE(group.stopLossLeg(), nullptr);
     EXPECT_EQ(group.stopLossLeg()->id, moved.id);
     EXPECT_EQ(group.stopLossLeg()->stopPrice, Decimal(95));
-    EXPECT_EQ(group.legs.size(), 2u);
 
     pinAt("94");
     auto out = order(id);
@@ -409,7 +361,6 @@ TEST_F(MockBrokerOrders, ATrailingStopFollowsItsBestPrice) {
     auto start = order(id);
     EXPECT_EQ(start.highWaterMark, Decimal(100));
     EXPECT_EQ(start.stopPrice, Decimal(95));
-    EXPECT_EQ(start.trailAmount, Decimal(5));
 
     pinAt("110");
     auto risen = order(id);
@@ -422,9 +373,7 @@ TEST_F(MockBrokerOrders, ATrailingStopFollowsItsBestPrice) {
     EXPECT_EQ(dipped.highWaterMark, Decimal(110));
 
     const Quote fell = pinAt("104.90");
-    auto sold = order(id);
-    EXPECT_EQ(sold.status, OrderStatus::filled);
-    EXPECT_EQ(sold.averageFillPrice, fell.bid);
+    EXPECT_EQ(order(id).averageFillPrice, fell.bid);
 
     // A buy follows the lowest price, the trail above it.
     trailing.side = OrderSide::buy;
