@@ -1,0 +1,357 @@
+#include "alpaca/AlpacaDTO.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace tavix;
+
+namespace {
+
+Decimal dec(std::string_view text) {
+    return Decimal::parse(text).value();
+}
+
+template <class T>
+T decoded(const char* body) {
+    return AlpacaDTO::decode<T>(QByteArray(body), "test");
+}
+
+// The record a failed decode names, or "decoded" when it did not fail.
+template <class T>
+QString decodingFailure(const char* body, const char* recordName) {
+    try {
+        AlpacaDTO::decode<T>(QByteArray(body), recordName);
+    } catch (const BrokerError& e) {
+        EXPECT_EQ(e.kind(), BrokerError::Kind::decoding);
+        return e.text();
+    }
+    return QStringLiteral("decoded");
+}
+
+// The reader's own explanation, which names the record and the field.
+template <class T>
+std::string jsonProblem(const char* body) {
+    try {
+        T value{};
+        fromJson(Json::parse(body), value);
+    } catch (const JsonError& e) {
+        return e.what();
+    }
+    return "no problem";
+}
+
+void expectInstant(const std::optional<Date>& date, double seconds) {
+    ASSERT_TRUE(date.has_value());
+    EXPECT_NEAR(date->secondsSince1970(), seconds, 1e-6);
+}
+
+// The order exactly as the trading service sends it: numbers as strings, nine fraction digits,
+// null legs and an empty order class.
+constexpr const char* plainOrder =
+    R"({"id":"7b08df51-1a7f-4bd8-8c5c-0d6a2b3f1e90","client_order_id":"5680c4bc-0b1e",
+    "symbol":"AAPL","asset_class":"us_equity","qty":"2","notional":null,"filled_qty":"0",
+        "filled_avg_price":null,
+    "order_class":"","order_type":"limit","type":"limit","side":"buy","time_in_force":"gtc",
+        "limit_price":"150",
+    "stop_price":null,"trail_price":null,"hwm":null,"status":"accepted","extended_hours":false,"legs":null,
+    "created_at":"2023-12-12T22:31:24.668464435Z","submitted_at":"2023-12-12T22:31:24.668464435Z",
+    "filled_at":null,"canceled_at":null})";
+
+TEST(AlpacaDTOOrder, ReadsTheTradingServiceShape) {
+    const auto order = decoded<AlpacaDTO::Order>(plainOrder);
+    EXPECT_EQ(order.id, QStringLiteral("7b08df51-1a7f-4bd8-8c5c-0d6a2b3f1e90"));
+    EXPECT_EQ(order.type, QStringLiteral("limit"));
+    EXPECT_EQ(order.qty, dec("2"));
+    EXPECT_EQ(order.limitPrice, dec("150"));
+    EXPECT_FALSE(order.stopPrice.has_value());
+    EXPECT_FALSE(order.filledAvgPrice.has_value());
+    EXPECT_TRUE(order.legs.empty());
+    EXPECT_EQ(order.orderClass, QString());
+    expectInstant(order.submittedAt, 1702420284.668464435);
+    EXPECT_FALSE(order.filledAt.has_value());
+}
+
+TEST(AlpacaDTOOrder, NestedLegsAndTheOlderTypeKey) {
+    // Legs as nested orders; the older answers carry only "type".
+    const char* bracket = R"({"id":"p","client_order_id":"tavix-1","symbol":"AAPL","asset_class":"us_equity",
+        "qty":"10","filled_qty":"10","filled_avg_price":"300.12","type":"market","side":"buy",
+            "time_in_force":"day",
+        "status":"filled","extended_hours":false,"order_class":"bracket",
+        "legs":[{"id":"tp","client_order_id":"a","symbol":"AAPL","asset_class":"us_equity","qty":"10",
+            "filled_qty":"0",
+                 "type":"limit","side":"sell","time_in_force":"day","limit_price":"301","status":"new",
+                 "extended_hours":false,"legs":null},
+                {"id":"sl","client_order_id":"b","symbol":"AAPL","asset_class":"us_equity","qty":"10",
+                    "filled_qty":"0",
+                 "type":"stop","side":"sell","time_in_force":"day","stop_price":"299","status":"held",
+                 "extended_hours":false}]})";
+    const auto order = decoded<AlpacaDTO::Order>(bracket);
+    EXPECT_EQ(order.type, QStringLiteral("market"));
+    ASSERT_EQ(order.legs.size(), 2u);
+    EXPECT_EQ(order.legs[0].type, QStringLiteral("limit"));
+    EXPECT_EQ(order.legs[0].limitPrice, dec("301"));
+    EXPECT_EQ(order.legs[1].stopPrice, dec("299"));
+    EXPECT_FALSE(order.submittedAt.has_value());  // missing times are simply absent
+
+    // One bad leg fails the whole order, and the reader says where.
+    std::string broken = bracket;
+    broken.replace(broken.find(R"("stop_price":"299")"), 18, R"("stop_price":true)");
+    EXPECT_EQ(decodingFailure<AlpacaDTO::Order>(broken.c_str(), "Order"), QStringLiteral("Order"));
+    const auto problem = jsonProblem<AlpacaDTO::Order>(broken.c_str());
+    EXPECT_NE(problem.find("Order.legs"), std::string::npos) << problem;
+    EXPECT_NE(problem.find("stop_price"), std::string::npos) << problem;
+}
+
+TEST(AlpacaDTOOrder, ListsAndRequiredFields) {
+    const std::string list = std::string("[") + plainOrder + "," + plainOrder + "]";
+    EXPECT_EQ(decoded<std::vector<AlpacaDTO::Order>>(list.c_str()).size(), 2u);
+
+    std::string noStatus = plainOrder;
+    noStatus.replace(noStatus.find(R"("status":"accepted",)"), 20, "");
+    EXPECT_EQ(decodingFailure<std::vector<AlpacaDTO::Order>>(("[" + noStatus + "]").c_str(), "Array<Order>"),
+              QStringLiteral("Array<Order>"));
+    EXPECT_EQ(jsonProblem<AlpacaDTO::Order>(noStatus.c_str()), "Order.status: missing");
+    EXPECT_EQ(decodingFailure<AlpacaDTO::Order>("<html>502 Bad Gateway</html>", "Order"),
+              QStringLiteral("Order"));
+    EXPECT_EQ(decodingFailure<AlpacaDTO::Order>("", "Order"), QStringLiteral("Order"));
+}
+
+TEST(AlpacaDTOAccount, StringsExactlyOptionalsMayBeMissing) {
+    const auto account = decoded<AlpacaDTO::Account>(
+        R"({"id":"904837e3","account_number":"PA3QWERTY12","status":"ACTIVE","currency":"USD",
+            "cash":"12345678901234567890.123456789","buying_power":"400000","equity":"100123.45",
+            "last_equity":"99999.99","daytrade_count":0})");
+    EXPECT_EQ(account.cash, dec("12345678901234567890.123456789"));
+    EXPECT_EQ(account.equity, dec("100123.45"));
+    EXPECT_FALSE(account.patternDayTrader.has_value());
+    EXPECT_FALSE(account.optionsApprovedLevel.has_value());
+    EXPECT_FALSE(account.cryptoStatus.has_value());
+
+    const auto full = decoded<AlpacaDTO::Account>(
+        R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2","equity":"3",
+            "last_equity":"4","pattern_day_trader":true,"options_approved_level":3,"options_trading_level":2,
+            "options_buying_power":"5.5","non_marginable_buying_power":"6","crypto_status":"ACTIVE"})");
+    EXPECT_EQ(full.patternDayTrader, true);
+    EXPECT_EQ(full.optionsTradingLevel, 2);
+    EXPECT_EQ(full.optionsBuyingPower, dec("5.5"));
+
+    EXPECT_EQ(decodingFailure<AlpacaDTO::Account>(
+                  R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":true,"buying_power":"2",
+                      "equity":"3","last_equity":"4"})",
+                  "Account"),
+              QStringLiteral("Account"));
+    // A wrong-typed optional field is still wrong: it is reported, not quietly dropped.
+    const auto problem = jsonProblem<AlpacaDTO::Account>(
+        R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2",
+            "equity":"3","last_equity":"4","options_trading_level":"two"})");
+    EXPECT_EQ(problem.rfind("Account.options_trading_level: expected a number", 0), 0u) << problem;
+}
+
+TEST(AlpacaDTOClock, OffsetsAndNineFractionDigits) {
+    const auto clock = decoded<AlpacaDTO::Clock>(
+        R"({"timestamp":"2022-04-28T14:07:45.485843765-04:00","is_open":true,
+            "next_open":"2022-04-29T09:30:00-04:00","next_close":"2022-04-28T16:00:00-04:00"})");
+    EXPECT_TRUE(clock.isOpen);
+    expectInstant(clock.timestamp, 1651169265.485843765);
+    expectInstant(clock.nextOpen, 1651239000);
+    expectInstant(clock.nextClose, 1651176000);
+    EXPECT_EQ(decodingFailure<AlpacaDTO::Clock>(R"({"timestamp":"yesterday","is_open":true,
+                  "next_open":"2022-04-29T09:30:00-04:00","next_close":"2022-04-28T16:00:00-04:00"})",
+                                                "Clock"),
+              QStringLiteral("Clock"));
+}
+
+TEST(AlpacaDTOMarketData, StockSnapshotsComeWithoutAWrapper) {
+    const char* body = R"({"AAPL":{
+        "latestTrade":{"t":"2026-03-02T20:59:59.913245184Z","x":"V","p":234.56,"s":100,"c":["@"],
+            "i":52983525033527,"z":"C"},
+        "latestQuote":{"t":"2026-03-02T20:59:59.999999999Z","ax":"V","ap":234.6,"as":2,"bx":"V","bp":234.5,
+            "bs":1,"c":["R"],"z":"C"},
+        "minuteBar":{"t":"2026-03-02T20:59:00Z","o":234.4,"h":234.6,"l":234.3,"c":234.56,"v":81234,"n":410,
+            "vw":234.47},
+        "dailyBar":{"t":"2026-03-02T05:00:00Z","o":230.1,"h":235,"l":229.87,"c":234.56,"v":48123456789,
+            "n":612345,"vw":233.1},
+        "prevDailyBar":{"t":"2026-02-27T05:00:00Z","o":228,"h":231.2,"l":227.5,"c":230.01,"v":51234567,
+            "n":598765}},
+        "NEWCO":{"latestTrade":{"t":"2026-03-02T15:00:00Z","p":10.5,"s":3}}})";
+    const auto snapshots = AlpacaDTO::decode<std::map<QString, AlpacaDTO::Snapshot>>(
+        QByteArray(body), "Dictionary<String, Snapshot>");
+    ASSERT_EQ(snapshots.size(), 2u);
+    const auto& apple = snapshots.at(QStringLiteral("AAPL"));
+    EXPECT_EQ(apple.latestTrade->p, dec("234.56"));
+    EXPECT_EQ(apple.latestQuote->bp, dec("234.5"));
+    EXPECT_EQ(apple.dailyBar->v, dec("48123456789"));
+    EXPECT_EQ(apple.dailyBar->vw, dec("233.1"));
+    EXPECT_FALSE(apple.prevDailyBar->vw.has_value());  // a missing "vw" does not fail the bar
+    expectInstant(apple.latestQuote->t, 1772485199.999999999);
+
+    const auto& newco = snapshots.at(QStringLiteral("NEWCO"));  // new listing: one trade, nothing else
+    EXPECT_TRUE(newco.latestTrade.has_value());
+    EXPECT_FALSE(newco.latestQuote || newco.dailyBar || newco.prevDailyBar);
+
+    EXPECT_EQ((decodingFailure<std::map<QString, AlpacaDTO::Snapshot>>(R"(["AAPL"])",
+                                                                       "Dictionary<String, Snapshot>")),
+              QStringLiteral("Dictionary<String, Snapshot>"));
+    EXPECT_EQ((decodingFailure<std::map<QString, AlpacaDTO::Snapshot>>(
+                  R"({"AAPL":{"latestTrade":{"t":"2026-03-02T15:00:00Z","p":"n/a","s":3}}})",
+                  "Dictionary<String, Snapshot>")),
+              QStringLiteral("Dictionary<String, Snapshot>"));
+}
+
+TEST(AlpacaDTOMarketData, OptionAndCryptoSnapshotsAreWrapped) {
+    const auto options = decoded<AlpacaDTO::OptionSnapshotsResponse>(R"({"snapshots":{
+        "AAPL260116C00190000":{"latestQuote":{"t":"2026-01-05T15:30:00.123456789Z","ap":5.15,"bp":4.95,
+            "as":10,"bs":12},
+            "latestTrade":{"t":"2026-01-05T15:29:00Z","p":5.05,"s":1},
+            "greeks":{"delta":0.5123,"gamma":0.0321,"rho":0.0456,"theta":-0.1234,"vega":0.2345},
+            "impliedVolatility":0.337},
+        "AAPL260116P00190000":{"latestQuote":{"t":"2026-01-05T15:30:00Z","ap":0,"bp":0}}},
+        "next_page_token":"QUFQTDI2MDExNlAwMDE5MDAwMA=="})");
+    ASSERT_EQ(options.snapshots.size(), 2u);
+    const auto& call = options.snapshots.at(QStringLiteral("AAPL260116C00190000"));
+    EXPECT_EQ(call.greeks->theta, dec("-0.1234"));
+    EXPECT_EQ(call.impliedVolatility, dec("0.337"));
+    const auto& put = options.snapshots.at(QStringLiteral("AAPL260116P00190000"));
+    EXPECT_FALSE(put.greeks || put.impliedVolatility || put.latestTrade);
+    EXPECT_EQ(options.nextPageToken, QStringLiteral("QUFQTDI2MDExNlAwMDE5MDAwMA=="));
+
+    const auto empty =
+        decoded<AlpacaDTO::OptionSnapshotsResponse>(R"({"snapshots":{},"next_page_token":null})");
+    EXPECT_TRUE(empty.snapshots.empty());
+    EXPECT_FALSE(empty.nextPageToken.has_value());
+
+    const auto coins = decoded<AlpacaDTO::CryptoSnapshotsResponse>(R"({"snapshots":{"BTC/USD":{
+        "latestTrade":{"t":"2026-03-02T15:00:00.5Z","p":87123.456,"s":0.00012345,"i":9223372036854775807,
+            "tks":"B"},
+        "latestQuote":{"t":"2026-03-02T15:00:00.6Z","ap":87130.1,"as":0.5,"bp":87120.9,"bs":1.25}}}})");
+    EXPECT_EQ(coins.snapshots.at(QStringLiteral("BTC/USD")).latestTrade->s, dec("0.00012345"));
+}
+
+TEST(AlpacaDTOMarketData, BarsAndTradesPagesIncludingNullLists) {
+    const auto bars = decoded<AlpacaDTO::BarsResponse>(
+        R"({"bars":[{"t":"2022-01-03T09:00:00Z","o":178.26,"h":178.26,"l":178.21,"c":178.21,"v":1118,"n":65,
+            "vw":178.235733}],"symbol":"AAPL","next_page_token":"QUFQ"})");
+    ASSERT_EQ(bars.bars.size(), 1u);
+    EXPECT_EQ(bars.bars[0].vw, dec("178.235733"));
+    EXPECT_EQ(bars.nextPageToken, QStringLiteral("QUFQ"));
+
+    // A quiet range answers with null bars.
+    const auto quiet =
+        decoded<AlpacaDTO::BarsResponse>(R"({"bars":null,"symbol":"AAPL","next_page_token":null})");
+    EXPECT_TRUE(quiet.bars.empty());
+
+    const auto many = decoded<AlpacaDTO::MultiBarsResponse>(
+        R"({"bars":{"AAPL":[{"t":"2026-03-02T05:00:00Z","o":1,"h":2,"l":0.5,"c":1.5,"v":10}],
+            "MSFT":[{"t":"2026-03-02T05:00:00Z","o":3,"h":4,"l":2,"c":3.5,"v":20},
+                    {"t":"2026-03-03T05:00:00Z","o":3.5,"h":4,"l":3,"c":3.75,"v":30}]},
+                        "next_page_token":null})");
+    EXPECT_EQ(many.bars.at(QStringLiteral("MSFT")).size(), 2u);
+    EXPECT_EQ(decodingFailure<AlpacaDTO::MultiBarsResponse>(
+                  R"({"bars":{"AAPL":[{"t":"2026-03-02T05:00:00Z"}]}})", "MultiBarsResponse"),
+              QStringLiteral("MultiBarsResponse"));
+
+    const auto trades = decoded<AlpacaDTO::TradesResponse>(
+        R"({"trades":[{"t":"2026-03-02T14:30:00.000001234Z","x":"V","p":101.25,"s":50,"c":["@"],"i":1,
+            "z":"C"}],
+            "symbol":"AAPL","next_page_token":null})");
+    ASSERT_EQ(trades.trades.size(), 1u);
+    expectInstant(trades.trades[0].t, 1772461800.000001234);
+
+    const auto coinTrades = decoded<AlpacaDTO::CryptoTradesResponse>(
+        R"({"trades":{"BTC/USD":[{"t":"2026-03-02T14:30:00Z","p":87000.5,"s":0.0005,"i":18446744073709551615,
+            "tks":"S"}]},"next_page_token":"abc"})");
+    EXPECT_EQ(coinTrades.trades.at(QStringLiteral("BTC/USD"))[0].s, dec("0.0005"));
+}
+
+TEST(AlpacaDTOTrading, PositionsAssetsWatchlistsAndContracts) {
+    const auto positions = decoded<std::vector<AlpacaDTO::Position>>(
+        R"([{"asset_id":"b0b6dd9d","symbol":"AAPL","exchange":"NASDAQ","asset_class":"us_equity","qty":"10",
+             "qty_available":"4","avg_entry_price":"150.25","side":"long","market_value":"2345.6",
+                 "cost_basis":"1502.5",
+             "unrealized_pl":"843.1","unrealized_plpc":"0.56","unrealized_intraday_pl":"-12.3",
+                 "current_price":"234.56",
+             "lastday_price":"235.79","change_today":"-0.0052"}])");
+    ASSERT_EQ(positions.size(), 1u);
+    EXPECT_EQ(positions[0].qtyAvailable, dec("4"));
+    EXPECT_EQ(positions[0].unrealizedIntradayPL, dec("-12.3"));
+
+    const auto assets = decoded<std::vector<AlpacaDTO::Asset>>(
+        R"([{"id":"1","class":"us_equity","exchange":"NASDAQ","symbol":"AAPL",
+            "name":"Apple Inc. Common Stock",
+             "status":"active","tradable":true,"marginable":true,"shortable":true,"fractionable":true,
+             "attributes":["fractional_eh_enabled","has_options"]},
+            {"id":"2","class":"crypto","exchange":"CRYPTO","symbol":"BTC/USD","name":"Bitcoin  / US Dollar",
+             "status":"active","tradable":true,"min_order_size":"0.000018",
+                 "min_trade_increment":"0.000000001",
+             "price_increment":"1"},
+            {"id":"3","class":"us_equity","symbol":"ZZZQ","status":"inactive","tradable":false}])");
+    ASSERT_EQ(assets.size(), 3u);
+    EXPECT_TRUE(assets[0].hasOptions());
+    EXPECT_FALSE(assets[1].hasOptions());
+    EXPECT_EQ(assets[1].minTradeIncrement, dec("0.000000001"));
+    EXPECT_TRUE(assets[2].name.isEmpty());
+
+    const auto listed = decoded<std::vector<AlpacaDTO::Watchlist>>(
+        R"([{"id":"wl1","account_id":"a","name":"Primary Watchlist","created_at":"2026-01-01T00:00:00Z"}])");
+    EXPECT_TRUE(listed[0].assets.empty());
+    const auto one = decoded<AlpacaDTO::Watchlist>(
+        R"({"id":"wl1","name":"Primary Watchlist","assets":[{"id":"1","symbol":"AAPL"},{"id":"2",
+            "symbol":"BTC/USD"}]})");
+    ASSERT_EQ(one.assets.size(), 2u);
+    EXPECT_EQ(one.assets[1].symbol, QStringLiteral("BTC/USD"));
+
+    const char* contract = R"({"option_contracts":[{"id":"c1","symbol":"AAPL260116C00190000",
+        "name":"AAPL Jan 16 2026 190 Call","status":"active","tradable":true,"expiration_date":"2026-01-16",
+        "root_symbol":"AAPL","underlying_symbol":"AAPL","type":"call","style":"american","strike_price":"190",
+        "multiplier":"100","size":"100","open_interest":null,"close_price":null}],"next_page_token":null})";
+    const auto contracts = decoded<AlpacaDTO::OptionContractsResponse>(contract);
+    ASSERT_EQ(contracts.optionContracts.size(), 1u);
+    EXPECT_EQ(contracts.optionContracts[0].expirationDate, QDate(2026, 1, 16));
+    EXPECT_EQ(contracts.optionContracts[0].strikePrice, dec("190"));
+    EXPECT_FALSE(contracts.optionContracts[0].openInterest.has_value());
+
+    std::string badDay = contract;
+    badDay.replace(badDay.find("2026-01-16"), 10, "2026-13-16");
+    EXPECT_EQ(decodingFailure<AlpacaDTO::OptionContractsResponse>(badDay.c_str(), "OptionContractsResponse"),
+              QStringLiteral("OptionContractsResponse"));
+    EXPECT_NE(jsonProblem<AlpacaDTO::OptionContractsResponse>(badDay.c_str())
+                  .find("OptionContract.expiration_date"),
+              std::string::npos);
+}
+
+TEST(AlpacaDTOTrading, ActivitiesOfEveryKindDecode) {
+    const auto activities = decoded<std::vector<AlpacaDTO::Activity>>(
+        R"([{"id":"20220304095318500::092cd749","activity_type":"FILL",
+            "transaction_time":"2022-03-04T14:53:18.500245Z",
+             "type":"fill","price":"2630.95","qty":"9","cum_qty":"10","leaves_qty":"0","side":"buy",
+                 "symbol":"GOOGL",
+             "order_id":"904837e3","order_status":"filled"},
+            {"id":"20260116000000000::1","activity_type":"OPEXP","date":"2026-01-16","net_amount":"0",
+             "symbol":"AAPL260116C00190000","qty":"-1","status":"executed"}])");
+    ASSERT_EQ(activities.size(), 2u);
+    expectInstant(activities[0].time, 1646405598.500245);
+    EXPECT_EQ(activities[0].price, dec("2630.95"));
+    EXPECT_FALSE(activities[1].side.has_value());
+    EXPECT_FALSE(activities[1].orderID.has_value());
+    expectInstant(activities[1].time, 1768521600);  // a bare day reads as its UTC midnight
+    EXPECT_EQ(activities[1].qty, dec("-1"));
+}
+
+TEST(AlpacaDTOErrors, RefusalBodies) {
+    const auto qty = decoded<AlpacaDTO::APIError>(
+        R"json({"available":"0","code":40310000,"existing_qty":"5264","held_for_orders":"5264",
+            "message":"insufficient qty available for order (requested: 5264, available: 0)",
+                "symbol":"LIDR"})json");
+    EXPECT_EQ(qty.code, 40310000);
+    EXPECT_EQ(qty.existingQty, dec("5264"));
+    EXPECT_EQ(qty.heldForOrders, dec("5264"));
+
+    const auto unauthorized = decoded<AlpacaDTO::APIError>(R"({"message":"unauthorized"})");
+    EXPECT_FALSE(unauthorized.code.has_value());
+    EXPECT_EQ(unauthorized.message, QStringLiteral("unauthorized"));
+    EXPECT_EQ(decodingFailure<AlpacaDTO::APIError>(R"({"code":40010001})", "APIError"),
+              QStringLiteral("APIError"));
+}
+
+}  // namespace
