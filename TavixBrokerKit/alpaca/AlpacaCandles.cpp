@@ -82,16 +82,15 @@ QCoro::Task<std::vector<Candle>> stockBars(AlpacaTransport transport, QString sy
     co_return sortedUnique(std::move(candles));
 }
 
-// Coin pairs' bars, oldest first, within the range.
-QCoro::Task<std::map<QString, std::vector<Candle>>> coinBars(AlpacaTransport transport, QStringList symbols,
-                                                             QString timeframe, DateRange range) {
+// Several symbols' bars from one many-symbol endpoint, in batches, oldest first, within the range.
+QCoro::Task<std::map<QString, std::vector<Candle>>> multiBars(AlpacaTransport transport, QString path,
+                                                              QStringList symbols, AlpacaQuery extra,
+                                                              DateRange range) {
     std::map<QString, std::vector<Candle>> result;
     for (const QStringList& batch : AlpacaTransport::batches(symbols, barBatchSize)) {
-        const AlpacaQuery query = {{QStringLiteral("symbols"), batch.join(u',')},
-                                   {QStringLiteral("timeframe"), timeframe},
-                                   {QStringLiteral("start"), range.start.toIso()},
-                                   {QStringLiteral("limit"), pageLimit}};
-        co_await transport.pages(AlpacaHost::data, QStringLiteral("/v1beta3/crypto/us/bars"), query,
+        AlpacaQuery query = {{QStringLiteral("symbols"), batch.join(u',')}};
+        query += extra;
+        co_await transport.pages(AlpacaHost::data, path, query,
                                  [&](const QByteArray& body) -> std::optional<QString> {
                                      auto page = AlpacaDTO::decode<AlpacaDTO::MultiBarsResponse>(
                                          body, "MultiBarsResponse");
@@ -108,31 +107,26 @@ QCoro::Task<std::map<QString, std::vector<Candle>>> coinBars(AlpacaTransport tra
     co_return result;
 }
 
+// Coin pairs' bars, oldest first, within the range.
+QCoro::Task<std::map<QString, std::vector<Candle>>> coinBars(AlpacaTransport transport, QStringList symbols,
+                                                             QString timeframe, DateRange range) {
+    const AlpacaQuery extra = {{QStringLiteral("timeframe"), timeframe},
+                               {QStringLiteral("start"), range.start.toIso()},
+                               {QStringLiteral("limit"), pageLimit}};
+    return multiBars(std::move(transport), QStringLiteral("/v1beta3/crypto/us/bars"), std::move(symbols), extra,
+                     range);
+}
+
 // Many stocks' bars from one feed, oldest first, within the range.
 QCoro::Task<std::map<QString, std::vector<Candle>>> manyStockBars(AlpacaTransport transport,
                                                                   QStringList symbols, QString timeframe,
                                                                   DateRange range, QString feed) {
-    std::map<QString, std::vector<Candle>> result;
-    for (const QStringList& batch : AlpacaTransport::batches(symbols, barBatchSize)) {
-        const AlpacaQuery query = {
-            {QStringLiteral("symbols"), batch.join(u',')},           {QStringLiteral("timeframe"), timeframe},
-            {QStringLiteral("start"), range.start.toIso()},          {QStringLiteral("limit"), pageLimit},
-            {QStringLiteral("adjustment"), QStringLiteral("split")}, {QStringLiteral("feed"), feed}};
-        co_await transport.pages(AlpacaHost::data, QStringLiteral("/v2/stocks/bars"), query,
-                                 [&](const QByteArray& body) -> std::optional<QString> {
-                                     auto page = AlpacaDTO::decode<AlpacaDTO::MultiBarsResponse>(
-                                         body, "MultiBarsResponse");
-                                     for (const auto& [symbol, bars] : page.bars) {
-                                         for (const AlpacaDTO::Bar& bar : bars) {
-                                             if (within(bar.t, range))
-                                                 result[symbol].push_back(AlpacaMapping::candle(bar));
-                                         }
-                                     }
-                                     return page.nextPageToken;
-                                 });
-    }
-    for (auto& [symbol, candles] : result) candles = sortedUnique(std::move(candles));
-    co_return result;
+    const AlpacaQuery extra = {{QStringLiteral("timeframe"), timeframe},
+                               {QStringLiteral("start"), range.start.toIso()},
+                               {QStringLiteral("limit"), pageLimit},
+                               {QStringLiteral("adjustment"), QStringLiteral("split")},
+                               {QStringLiteral("feed"), feed}};
+    return multiBars(std::move(transport), QStringLiteral("/v2/stocks/bars"), std::move(symbols), extra, range);
 }
 
 }  // namespace

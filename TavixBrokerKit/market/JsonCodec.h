@@ -209,4 +209,14 @@ private:
     std::string record_;
 };
 
+// Decodes a record into a fresh value and hands it over only when every field read, so a failed
+// decode leaves the caller's record as it was. `read(reader, value)` reads the fields.
+template <class T, class Read>
+void decodeRecord(const Json& json, std::string_view name, T& out, Read&& read) {
+    JsonObjectReader reader(json, name);
+    T value{};
+    read(reader, value);
+    out = std::move(value);
+}
+
 }  // namespace tavix

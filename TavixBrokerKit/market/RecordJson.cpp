@@ -3,20 +3,6 @@
 #include <utility>
 
 namespace tavix {
-namespace {
-
-// Decodes into a fresh record and hands it over only when every field read, so a failed decode
-// leaves the caller's record as it was.
-template <class T, class Read>
-void decodeRecord(const Json& json, std::string_view name, T& out, Read&& read) {
-    JsonObjectReader reader(json, name);
-    T value{};
-    read(reader, value);
-    out = std::move(value);
-}
-
-}  // namespace
-
 Json toJson(const BrokerAccount& value) {
     return JsonObjectWriter()
         .field("id", value.id)
