@@ -102,6 +102,8 @@ std::optional<Date> Date::parseIso(QStringView text) {
 }
 
 QString Date::toIso() const {
+    // Outside the years 0001-9999 (or not a number) there is no ISO 8601 text to give.
+    if (!(seconds_ >= -62135596800.0 && seconds_ < 253402300800.0)) return QString();
     double whole = std::floor(seconds_);
     auto micros = static_cast<long long>(std::llround((seconds_ - whole) * 1e6));
     auto secs = static_cast<long long>(whole);

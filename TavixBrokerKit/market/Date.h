@@ -22,6 +22,7 @@ public:
     static std::optional<Date> parseIso(QStringView text);
 
     // "2026-03-02T14:30:00Z", with as many fraction digits as the instant needs (at most 6).
+    // Empty for an instant outside the years 0001-9999, or not a number.
     QString toIso() const;
 
     constexpr double secondsSince1970() const { return seconds_; }

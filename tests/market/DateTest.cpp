@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <chrono>
 #include <random>
 #include <stdexcept>
@@ -86,6 +88,10 @@ TEST(DateFormat, WritesUtcWithTheFractionItNeeds) {
               QStringLiteral("2026-03-02T14:30:01Z"));
     EXPECT_EQ(Date::parseIso(u"2026-03-02T20:00:00.25+05:30")->toIso(),
               QStringLiteral("2026-03-02T14:30:00.25Z"));
+    // Instants with no ISO text give an empty one instead of undefined behaviour.
+    EXPECT_TRUE(Date(std::nan("")).toIso().isEmpty());
+    EXPECT_TRUE(Date(1e300).toIso().isEmpty());
+    EXPECT_EQ(Date(253402300799.0).toIso(), QStringLiteral("9999-12-31T23:59:59Z"));
 }
 
 TEST(DateFormat, TextRoundTrips) {
