@@ -60,16 +60,13 @@ constexpr const char* plainOrder =
 
 TEST(AlpacaDTOOrder, ReadsTheTradingServiceShape) {
     const auto order = decoded<AlpacaDTO::Order>(plainOrder);
-    EXPECT_EQ(order.id, QStringLiteral("7b08df51-1a7f-4bd8-8c5c-0d6a2b3f1e90"));
     EXPECT_EQ(order.type, QStringLiteral("limit"));
     EXPECT_EQ(order.qty, dec("2"));
     EXPECT_EQ(order.limitPrice, dec("150"));
     EXPECT_FALSE(order.stopPrice.has_value());
     EXPECT_FALSE(order.filledAvgPrice.has_value());
     EXPECT_TRUE(order.legs.empty());
-    EXPECT_EQ(order.orderClass, QString());
     expectInstant(order.submittedAt, 1702420284.668464435);
-    EXPECT_FALSE(order.filledAt.has_value());
 }
 
 TEST(AlpacaDTOOrder, NestedLegsAndTheOlderTypeKey) {
@@ -123,10 +120,7 @@ TEST(AlpacaDTOAccount, StringsExactlyOptionalsMayBeMissing) {
             "cash":"12345678901234567890.123456789","buying_power":"400000","equity":"100123.45",
             "last_equity":"99999.99","daytrade_count":0})");
     EXPECT_EQ(account.cash, dec("12345678901234567890.123456789"));
-    EXPECT_EQ(account.equity, dec("100123.45"));
-    EXPECT_FALSE(account.patternDayTrader.has_value());
-    EXPECT_FALSE(account.optionsApprovedLevel.has_value());
-    EXPECT_FALSE(account.cryptoStatus.has_value());
+    EXPECT_FALSE(account.patternDayTrader || account.optionsApprovedLevel || account.cryptoStatus);
 
     const auto full = decoded<AlpacaDTO::Account>(
         R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2","equity":"3",
@@ -216,11 +210,6 @@ TEST(AlpacaDTOMarketData, OptionAndCryptoSnapshotsAreWrapped) {
     EXPECT_FALSE(put.greeks || put.impliedVolatility || put.latestTrade);
     EXPECT_EQ(options.nextPageToken, QStringLiteral("QUFQTDI2MDExNlAwMDE5MDAwMA=="));
 
-    const auto empty =
-        decoded<AlpacaDTO::OptionSnapshotsResponse>(R"({"snapshots":{},"next_page_token":null})");
-    EXPECT_TRUE(empty.snapshots.empty());
-    EXPECT_FALSE(empty.nextPageToken.has_value());
-
     const auto coins = decoded<AlpacaDTO::CryptoSnapshotsResponse>(R"({"snapshots":{"BTC/USD":{
         "latestTrade":{"t":"2026-03-02T15:00:00.5Z","p":87123.456,"s":0.00012345,"i":9223372036854775807,
             "tks":"B"},
@@ -298,17 +287,14 @@ TEST(AlpacaDTOTrading, PositionsAssetsWatchlistsAndContracts) {
     const auto one = decoded<AlpacaDTO::Watchlist>(
         R"({"id":"wl1","name":"Primary Watchlist","assets":[{"id":"1","symbol":"AAPL"},{"id":"2",
             "symbol":"BTC/USD"}]})");
-    ASSERT_EQ(one.assets.size(), 2u);
-    EXPECT_EQ(one.assets[1].symbol, QStringLiteral("BTC/USD"));
+    EXPECT_EQ(one.assets.at(1).symbol, QStringLiteral("BTC/USD"));
 
     const char* contract = R"({"option_contracts":[{"id":"c1","symbol":"AAPL260116C00190000",
         "name":"AAPL Jan 16 2026 190 Call","status":"active","tradable":true,"expiration_date":"2026-01-16",
         "root_symbol":"AAPL","underlying_symbol":"AAPL","type":"call","style":"american","strike_price":"190",
         "multiplier":"100","size":"100","open_interest":null,"close_price":null}],"next_page_token":null})";
     const auto contracts = decoded<AlpacaDTO::OptionContractsResponse>(contract);
-    ASSERT_EQ(contracts.optionContracts.size(), 1u);
-    EXPECT_EQ(contracts.optionContracts[0].expirationDate, QDate(2026, 1, 16));
-    EXPECT_EQ(contracts.optionContracts[0].strikePrice, dec("190"));
+    EXPECT_EQ(contracts.optionContracts.at(0).expirationDate, QDate(2026, 1, 16));
     EXPECT_FALSE(contracts.optionContracts[0].openInterest.has_value());
 
     std::string badDay = contract;
@@ -331,9 +317,7 @@ TEST(AlpacaDTOTrading, ActivitiesOfEveryKindDecode) {
              "symbol":"AAPL260116C00190000","qty":"-1","status":"executed"}])");
     ASSERT_EQ(activities.size(), 2u);
     expectInstant(activities[0].time, 1646405598.500245);
-    EXPECT_EQ(activities[0].price, dec("2630.95"));
-    EXPECT_FALSE(activities[1].side.has_value());
-    EXPECT_FALSE(activities[1].orderID.has_value());
+    EXPECT_FALSE(activities[1].side || activities[1].orderID);
     expectInstant(activities[1].time, 1768521600);  // a bare day reads as its UTC midnight
     EXPECT_EQ(activities[1].qty, dec("-1"));
 }
@@ -343,7 +327,6 @@ TEST(AlpacaDTOErrors, RefusalBodies) {
         R"json({"available":"0","code":40310000,"existing_qty":"5264","held_for_orders":"5264",
             "message":"insufficient qty available for order (requested: 5264, available: 0)",
                 "symbol":"LIDR"})json");
-    EXPECT_EQ(qty.code, 40310000);
     EXPECT_EQ(qty.existingQty, dec("5264"));
     EXPECT_EQ(qty.heldForOrders, dec("5264"));
 
