@@ -356,4 +356,15 @@ void fromJson(const Json& json, OrderPreview& out) {
     });
 }
 
+Json toJson(const SafetyLimits& value) {
+    return JsonObjectWriter().field("perTrade", value.perTrade).field("dailyLoss", value.dailyLoss).done();
+}
+
+void fromJson(const Json& json, SafetyLimits& out) {
+    decodeRecord(json, "SafetyLimits", out, [](const JsonObjectReader& r, SafetyLimits& v) {
+        r.field("perTrade", v.perTrade);
+        r.field("dailyLoss", v.dailyLoss);
+    });
+}
+
 }  // namespace tavix

@@ -11,6 +11,7 @@
 #include "market/OrderPreview.h"
 #include "market/OrderRequest.h"
 #include "market/Quote.h"
+#include "market/SafetyLimits.h"
 #include "market/SymbolMatch.h"
 
 namespace tavix {
@@ -29,6 +30,7 @@ Json toJson(const RemoteWatchlist& value);
 Json toJson(const OptionContract& value);
 Json toJson(const CoinRules& value);
 Json toJson(const OrderPreview& value);
+Json toJson(const SafetyLimits& value);
 
 void fromJson(const Json& json, BrokerAccount& out);
 void fromJson(const Json& json, Balance& out);
@@ -44,5 +46,6 @@ void fromJson(const Json& json, RemoteWatchlist& out);
 void fromJson(const Json& json, OptionContract& out);
 void fromJson(const Json& json, CoinRules& out);
 void fromJson(const Json& json, OrderPreview& out);
+void fromJson(const Json& json, SafetyLimits& out);
 
 }  // namespace tavix

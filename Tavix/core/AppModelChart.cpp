@@ -1,0 +1,95 @@
+#include "core/AppModel.h"
+
+#include "core/Pacer.h"
+
+#include <QPointer>
+
+#include <utility>
+
+namespace tavix {
+
+namespace {
+
+constexpr double minute = 60;
+constexpr double day = 24 * 60 * minute;
+
+// How far back a chart reaches: enough candles to read, few enough to load quickly.
+double chartSpanSeconds(CandleInterval interval) {
+    switch (interval) {
+        case CandleInterval::oneSecond:
+            return 15 * minute;
+        case CandleInterval::oneMinute:
+            return day;
+        case CandleInterval::fiveMinute:
+            return 5 * day;
+        case CandleInterval::fifteenMinute:
+            return 10 * day;
+        case CandleInterval::thirtyMinute:
+            return 20 * day;
+        case CandleInterval::hourly:
+            return 30 * day;
+        case CandleInterval::daily:
+            return 365 * day;
+        case CandleInterval::weekly:
+            return 5 * 365 * day;
+        case CandleInterval::monthly:
+            return 20 * 365 * day;
+    }
+    return 5 * day;
+}
+
+}  // namespace
+
+void AppModel::switchTo(const QString& symbol) {
+    const QString wanted = canonicalSymbol(symbol);
+    if (wanted.isEmpty()) return;
+    // Choosing the symbol already shown keeps its chart, unless it has none yet.
+    if (wanted == selectedSymbol_ && !candles_.empty()) return;
+    write(selectedSymbol_, wanted, Field::selectedSymbol);
+    write(candles_, std::vector<Candle>(), Field::candles);
+    candlesReadAt_.reset();
+    // Runs on by itself; the model is guarded inside it.
+    QCoro::Task<void> loading = loadChart();
+}
+
+void AppModel::setChartInterval(CandleInterval interval) {
+    if (interval == chartInterval_) return;
+    write(chartInterval_, interval, Field::chartInterval);
+    write(candles_, std::vector<Candle>(), Field::candles);
+    candlesReadAt_.reset();
+    QCoro::Task<void> loading = loadChart();
+}
+
+QCoro::Task<void> AppModel::loadChart() {
+    QPointer<AppModel> self(this);
+    std::shared_ptr<Broker> broker = broker_;
+    const QString symbol = selectedSymbol_;
+    if (!broker || symbol.isEmpty()) co_return;
+    const CandleInterval interval = chartInterval_;
+    const std::uint64_t generation = accountGeneration_;
+    const std::uint64_t ticket = ++chartTicket_;
+    const Date end = environment_.pacer->now();
+    const DateRange range{end - chartSpanSeconds(interval), end};
+
+    std::vector<Candle> read;
+    std::optional<QString> problem;
+    try {
+        read = co_await broker->candles(symbol, interval, range);
+    } catch (const BrokerError& error) {
+        problem = error.description();
+    }
+    if (!self) co_return;
+    // Candles for another symbol, interval or account, or overtaken by a newer load, are dropped.
+    if (ticket != chartTicket_ || generation != accountGeneration_ || symbol != selectedSymbol_ ||
+        interval != chartInterval_) {
+        co_return;
+    }
+    if (problem) {
+        setBanner(problem);
+        co_return;
+    }
+    write(candles_, std::move(read), Field::candles);
+    candlesReadAt_ = environment_.pacer->now();
+}
+
+}  // namespace tavix

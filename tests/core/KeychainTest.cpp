@@ -1,0 +1,153 @@
+#include "SessionBus.h"
+#include "core/AlpacaKeys.h"
+#include "market/Json.h"
+#include "market/Keychain.h"
+#include "support/Await.h"
+
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+using namespace tavix;
+using tavix::test::await;
+
+namespace {
+
+// Items the tests make live under a service of their own, so even a run against a developer's
+// real keyring never meets the application's items.
+const QString testService = QStringLiteral("com.brindlecove.tavix.test");
+
+class KeychainTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TAVIX_NEED_BUS(test::missingSecretService());
+        account_ = QStringLiteral("tavix-test-") +
+                   QString::fromUtf8(::testing::UnitTest::GetInstance()->current_test_info()->name());
+        await(keychain_.remove(account_));
+    }
+    void TearDown() override {
+        if (!IsSkipped() && !account_.isEmpty()) await(keychain_.remove(account_));
+    }
+
+    SystemKeychain keychain_{testService};
+    QString account_;
+};
+
+TEST_F(KeychainTest, WritesReadsUpdatesAndRemovesAnItem) {
+    EXPECT_EQ(await(keychain_.read(account_)), std::nullopt);
+
+    // Text beyond ASCII, with quotes and a backslash, must come back byte for byte.
+    const QString first = QStringLiteral("pä$$ \"wörd\" \\ ✓");
+    await(keychain_.write(account_, first));
+    EXPECT_EQ(await(keychain_.read(account_)), first);
+
+    await(keychain_.write(account_, QStringLiteral("second")));
+    EXPECT_EQ(await(keychain_.read(account_)), QStringLiteral("second"));
+
+    await(keychain_.remove(account_));
+    EXPECT_EQ(await(keychain_.read(account_)), std::nullopt);
+    // Removing what is already gone is not an error.
+    EXPECT_NO_THROW(await(keychain_.remove(account_)));
+}
+
+TEST_F(KeychainTest, ItemsOutliveTheObjectAndStayWithinTheirServiceAndAccount) {
+    {
+        SystemKeychain writer(testService);
+        await(writer.write(account_, QStringLiteral("kept")));
+    }
+    SystemKeychain reader(testService);
+    EXPECT_EQ(await(reader.read(account_)), QStringLiteral("kept"));
+
+    SystemKeychain otherService(testService + QStringLiteral(".other"));
+    EXPECT_EQ(await(otherService.read(account_)), std::nullopt);
+    EXPECT_EQ(await(reader.read(account_ + QStringLiteral("-other"))), std::nullopt);
+}
+
+TEST_F(KeychainTest, AlpacaKeysRoundTripThroughTheSystemKeychain) {
+    EXPECT_EQ(await(AlpacaKeys::saved(&keychain_, account_)), std::nullopt);
+
+    await(AlpacaKeys::save(&keychain_, account_, {QStringLiteral("PK123"), QStringLiteral("s/e\"cret")}));
+    auto keys = await(AlpacaKeys::saved(&keychain_, account_));
+    ASSERT_TRUE(keys.has_value());
+    EXPECT_EQ(keys->key, QStringLiteral("PK123"));
+    EXPECT_EQ(keys->secret, QStringLiteral("s/e\"cret"));
+
+    await(AlpacaKeys::forget(&keychain_, account_));
+    EXPECT_EQ(await(AlpacaKeys::saved(&keychain_, account_)), std::nullopt);
+}
+
+// Without any session bus the system keychain must fail at once, never wait for a bus that won't
+// come. The bus address is read once per process, so this runs as its own CTest entry with a dead
+// address (tests/CMakeLists.txt); in any other run it skips.
+TEST(KeychainWithoutBus, FailsFastWithAKeychainError) {
+    if (qgetenv("DBUS_SESSION_BUS_ADDRESS") != "unix:path=/nonexistent") {
+        GTEST_SKIP() << "runs only with DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent";
+    }
+    SystemKeychain keychain(testService);
+    const QString secret = QStringLiteral("never-in-a-message");
+    QElapsedTimer clock;
+    clock.start();
+    try {
+        await(keychain.write(QStringLiteral("tavix-test-nobus"), secret), std::chrono::seconds(5));
+        FAIL() << "write succeeded without a bus";
+    } catch (const KeychainError& error) {
+        EXPECT_NE(std::string(error.what()).find("write"), std::string::npos) << error.what();
+        EXPECT_EQ(std::string(error.what()).find(secret.toStdString()), std::string::npos) << error.what();
+    }
+    EXPECT_THROW(await(keychain.read(QStringLiteral("tavix-test-nobus")), std::chrono::seconds(5)),
+                 KeychainError);
+    EXPECT_THROW(await(keychain.remove(QStringLiteral("tavix-test-nobus")), std::chrono::seconds(5)),
+                 KeychainError);
+    EXPECT_LT(clock.elapsed(), 5000);
+}
+
+// The item's layout and what a damaged item does; no bus needed.
+class AlpacaKeysTest : public ::testing::Test {
+protected:
+    MemoryKeychain keychain_;
+};
+
+TEST_F(AlpacaKeysTest, KeepsBothKeysAsOneJsonItemUnderTheSlot) {
+    await(AlpacaKeys::save(&keychain_, QStringLiteral("alpaca-2"),
+                           {QStringLiteral("PKX"), QStringLiteral("SX")}));
+    ASSERT_EQ(keychain_.items().size(), 1u);
+    const auto& [account, text] = *keychain_.items().begin();
+    EXPECT_EQ(account, QStringLiteral("alpaca-2"));
+    Json item = Json::parse(text.toUtf8());
+    EXPECT_EQ(item.at("key").toQString(), QStringLiteral("PKX"));
+    EXPECT_EQ(item.at("secret").toQString(), QStringLiteral("SX"));
+}
+
+TEST_F(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText) {
+    const QString garbled[] = {
+        QStringLiteral("hunter2-not-json"),
+        QStringLiteral("{\"key\":\"PK1\"}"),
+        QStringLiteral("{\"key\":\"PK1\",\"secret\":42}"),
+        QStringLiteral("{\"key\":\"\",\"secret\":\"hunter2\"}"),
+        QStringLiteral("[\"PK1\",\"hunter2\"]"),
+    };
+    for (const QString& text : garbled) {
+        SCOPED_TRACE(text.toStdString());
+        await(keychain_.write(QStringLiteral("alpaca"), text));
+        try {
+            await(AlpacaKeys::saved(&keychain_, QStringLiteral("alpaca")));
+            ADD_FAILURE() << "a damaged item was read as keys";
+        } catch (const KeychainError& error) {
+            EXPECT_EQ(std::string(error.what()).find("hunter2"), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST_F(AlpacaKeysTest, AKeychainThatFailsFailsEveryCall) {
+    keychain_.setFailing(true);
+    EXPECT_THROW(await(AlpacaKeys::saved(&keychain_, QStringLiteral("alpaca"))), KeychainError);
+    EXPECT_THROW(await(AlpacaKeys::save(&keychain_, QStringLiteral("alpaca"),
+                                        {QStringLiteral("k"), QStringLiteral("s")})),
+                 KeychainError);
+    EXPECT_THROW(await(AlpacaKeys::forget(&keychain_, QStringLiteral("alpaca"))), KeychainError);
+    EXPECT_TRUE(keychain_.items().empty());
+}
+
+}  // namespace

@@ -1,0 +1,325 @@
+#include "core/Session.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace tavix {
+namespace {
+
+Decimal dec(const char* text) {
+    return *Decimal::parse(std::string_view(text));
+}
+
+const QString standardName = QStringLiteral("com.brindlecove.tavix");
+
+// Every test starts from empty stores and reads through files, as the next run of the app would.
+class SessionTest : public ::testing::Test {
+protected:
+    void SetUp() override { wipe(); }
+    void TearDown() override { wipe(); }
+
+    static void wipe() {
+        Session::reopen();
+        for (const QString& name : QStringList{standardName, standardName + QStringLiteral(".a")}) {
+            QSettings store(QSettings::IniFormat, QSettings::UserScope, name, QString());
+            store.clear();
+        }
+    }
+
+    // Writes everything out and forgets the opened stores, as quitting and starting again does.
+    // Qt keeps a file's values in memory while the file looks unchanged, so the files are made to
+    // look touched: the next read parses their text, as a new run would.
+    static void restart() {
+        const QStringList files = {Session::standardStore().fileName(), Session::store().fileName()};
+        Session::flush();
+        Session::reopen();
+        for (const QString& name : files) {
+            QFile file(name);
+            if (!file.open(QIODevice::ReadWrite)) continue;
+            const QDateTime modified = file.fileTime(QFileDevice::FileModificationTime);
+            ASSERT_TRUE(file.setFileTime(modified.addSecs(-60), QFileDevice::FileModificationTime));
+        }
+    }
+
+    static void putRaw(const QString& key, const QByteArray& bytes) { Session::store().setValue(key, bytes); }
+    static QByteArray raw(const QString& key) { return Session::store().value(key).toByteArray(); }
+};
+
+TEST_F(SessionTest, AnEmptyStoreGivesTheDefaults) {
+    EXPECT_TRUE(Session::alpacaProfiles().empty());
+    EXPECT_EQ(Session::alpacaSlot(), std::nullopt);
+    EXPECT_EQ(Session::broker(), std::nullopt);
+    EXPECT_EQ(Session::limits(), std::nullopt);
+    EXPECT_TRUE(Session::bounces().empty());
+    EXPECT_TRUE(Session::contractWatches().empty());
+    EXPECT_TRUE(Session::shortcuts().isObject());
+    EXPECT_EQ(Session::watchlist(), std::nullopt);
+    EXPECT_EQ(Session::watchlistBase(QStringLiteral("acct")), std::nullopt);
+    EXPECT_EQ(Session::sort(Mode::easy), std::nullopt);
+    EXPECT_FALSE(Session::sortReversed(Mode::expert));
+    EXPECT_EQ(Session::chartNow(), std::nullopt);
+    EXPECT_EQ(Session::viewChoice(), ViewChoice());
+    EXPECT_TRUE(Session::sounds());
+    EXPECT_FALSE(Session::clicks());
+    EXPECT_TRUE(Session::notices(QStringLiteral("fills")));
+    EXPECT_EQ(Session::termsAgreed(), std::nullopt);
+    EXPECT_FALSE(Session::isTestSuite());
+}
+
+TEST_F(SessionTest, AccountChoicesSurviveARestart) {
+    const std::vector<AlpacaProfile> profiles = {
+        {.slot = QStringLiteral("alpaca"),
+         .accountID = QStringLiteral("a1b2"),
+         .number = QStringLiteral("PA3X"),
+         .live = false,
+         .name = QStringLiteral("Swing, mostly")},
+        {.slot = QStringLiteral("alpaca-2"), .live = true},
+    };
+    Session::setAlpacaProfiles(profiles);
+    Session::setAlpacaSlot(QStringLiteral("alpaca-2"));
+    Session::setBroker(BrokerID::alpaca());
+    // Limits the user cleared are a choice of their own, not "never chosen".
+    Session::setLimits(SafetyLimits{.perTrade = dec("2500.50"), .dailyLoss = std::nullopt});
+    restart();
+
+    EXPECT_EQ(Session::alpacaProfiles(), profiles);
+    EXPECT_EQ(Session::alpacaSlot(), QStringLiteral("alpaca-2"));
+    EXPECT_EQ(Session::broker(), BrokerID::alpaca());
+    EXPECT_EQ(Session::limits(), (SafetyLimits{.perTrade = dec("2500.50"), .dailyLoss = std::nullopt}));
+
+    Session::setLimits(SafetyLimits{});
+    Session::setAlpacaSlot(std::nullopt);
+    Session::setBroker(std::nullopt);
+    restart();
+    EXPECT_EQ(Session::limits(), SafetyLimits{});
+    EXPECT_EQ(Session::alpacaSlot(), std::nullopt);
+    EXPECT_EQ(Session::broker(), std::nullopt);
+}
+
+// INI keeps lists and flags as text: an empty list, a one-item list and a symbol with a comma must
+// all come back as they went in.
+TEST_F(SessionTest, ListsAndChoicesPerModeSurviveARestart) {
+    Session::setWatchlist({});
+    Session::setWatchlistBase({QStringLiteral("AAPL")}, QStringLiteral("acct-1"));
+    Session::setWatchlistBase({QStringLiteral("BTC/USD"), QStringLiteral("A,B"), QStringLiteral("@X")},
+                              QStringLiteral("acct-2"));
+    Session::setBounceOrders({QStringLiteral("o-1")});
+    Session::setSort(WatchlistSort::biggestMoves, Mode::easy);
+    Session::setSort(WatchlistSort::alphabet, Mode::expert);
+    Session::setSortReversed(true, Mode::expert);
+    Session::setBounceBreakUp(QStringLiteral("follow"));
+    Session::setBounceBreakDown(QStringLiteral("end"));
+    restart();
+
+    EXPECT_EQ(Session::watchlist(), QStringList());
+    EXPECT_EQ(Session::watchlistBase(QStringLiteral("acct-1")), QStringList{QStringLiteral("AAPL")});
+    EXPECT_EQ(Session::watchlistBase(QStringLiteral("acct-2")),
+              (QStringList{QStringLiteral("BTC/USD"), QStringLiteral("A,B"), QStringLiteral("@X")}));
+    EXPECT_EQ(Session::bounceOrders(), QStringList{QStringLiteral("o-1")});
+    EXPECT_EQ(Session::sort(Mode::easy), WatchlistSort::biggestMoves);
+    EXPECT_EQ(Session::sort(Mode::expert), WatchlistSort::alphabet);
+    EXPECT_FALSE(Session::sortReversed(Mode::easy));
+    EXPECT_TRUE(Session::sortReversed(Mode::expert));
+    EXPECT_EQ(Session::bounceBreakUp(), QStringLiteral("follow"));
+    EXPECT_EQ(Session::bounceBreakDown(), QStringLiteral("end"));
+    // Enumerations are kept by name, so a reordered enumeration can't change a saved choice.
+    EXPECT_EQ(Session::store().value(QStringLiteral("tavix.sort.easy")).toString(),
+              QStringLiteral("biggestMoves"));
+}
+
+TEST_F(SessionTest, ViewSoundAndNoticeChoicesSurviveARestart) {
+    const ViewChoice view{.easyMode = false,
+                          .expertMode = true,
+                          .easyChart = false,
+                          .expertChart = true,
+                          .easyOpensExpertChart = true,
+                          .expertOpensExpertChart = false};
+    Session::setViewChoice(view);
+    Session::setChartNow(false);
+    Session::setStatsRange(StatsRange::threeMonths);
+    Session::setSounds(false);
+    Session::setClicks(true);
+    Session::setSoundLevel(QStringLiteral("fill"), 0.35);
+    Session::setNotices(QStringLiteral("trouble"), false);
+    const TermsAgreement terms{.version = 3, .agreedAt = Date(1767225600.25)};
+    Session::setTermsAgreed(terms);
+    restart();
+
+    EXPECT_EQ(Session::viewChoice(), view);
+    EXPECT_EQ(Session::chartNow(), false);
+    EXPECT_EQ(Session::statsRange(), StatsRange::threeMonths);
+    EXPECT_FALSE(Session::sounds());
+    EXPECT_TRUE(Session::bells());
+    EXPECT_TRUE(Session::clicks());
+    EXPECT_EQ(Session::soundLevel(QStringLiteral("fill")), 0.35);
+    EXPECT_EQ(Session::soundLevel(QStringLiteral("bell")), std::nullopt);
+    EXPECT_FALSE(Session::notices(QStringLiteral("trouble")));
+    EXPECT_TRUE(Session::notices(QStringLiteral("alerts")));
+    EXPECT_EQ(Session::termsAgreed(), terms);
+
+    Session::setChartNow(std::nullopt);
+    restart();
+    EXPECT_EQ(Session::chartNow(), std::nullopt);
+}
+
+TEST_F(SessionTest, DamagedValuesGiveTheDefaultAndSpareTheirNeighbours) {
+    putRaw(QStringLiteral("tavix.limits"), QByteArrayLiteral("{\"perTrade\":\"lots\"}"));
+    putRaw(QStringLiteral("tavix.bounces"), QByteArrayLiteral("[{\"symbol\":"));
+    putRaw(QStringLiteral("tavix.shortcuts"), QByteArrayLiteral("[1,2]"));
+    // One profile without a slot can't find its keys; the other still can.
+    putRaw(QStringLiteral("tavix.alpacaProfiles"),
+           QByteArrayLiteral(
+               R"([{"slot":"","live":false},{"slot":"alpaca","live":"yes"},{"slot":"alpaca-x"}])"));
+    Session::store().setValue(QStringLiteral("tavix.sort.easy"), QStringLiteral("sideways"));
+    Session::store().setValue(QStringLiteral("tavix.statsRange"), QStringLiteral("decade"));
+    Session::store().setValue(QStringLiteral("tavix.sounds"), QStringLiteral("maybe"));
+    Session::store().setValue(QStringLiteral("tavix.chartNow"), QStringLiteral("perhaps"));
+    Session::store().setValue(QStringLiteral("tavix.view.easyMode"), QStringLiteral("perhaps"));
+    Session::store().setValue(QStringLiteral("tavix.sound.fill.level"), QStringLiteral("loud"));
+    Session::store().setValue(QStringLiteral("tavix.bounceBreakUp"), QStringLiteral("sideways"));
+    Session::store().setValue(QStringLiteral("tavix.terms.version"), 2);
+    Session::store().setValue(QStringLiteral("tavix.terms.agreedAt"), QStringLiteral("yesterday"));
+    restart();
+
+    EXPECT_EQ(Session::limits(), std::nullopt);
+    EXPECT_TRUE(Session::bounces().empty());
+    EXPECT_EQ(Session::shortcuts(), Json::object());
+    const auto profiles = Session::alpacaProfiles();
+    ASSERT_EQ(profiles.size(), 1u);
+    EXPECT_EQ(profiles[0].slot, QStringLiteral("alpaca-x"));
+    EXPECT_EQ(Session::sort(Mode::easy), std::nullopt);
+    EXPECT_EQ(Session::statsRange(), std::nullopt);
+    EXPECT_TRUE(Session::sounds());
+    EXPECT_EQ(Session::chartNow(), std::nullopt);
+    EXPECT_TRUE(Session::viewChoice().easyMode);
+    EXPECT_EQ(Session::soundLevel(QStringLiteral("fill")), std::nullopt);
+    EXPECT_EQ(Session::bounceBreakUp(), std::nullopt);
+    EXPECT_EQ(Session::termsAgreed(), std::nullopt);
+}
+
+// Records of automations that are not ours to read go back exactly as they came: exact numbers,
+// unknown fields and key order included.
+TEST_F(SessionTest, OpaqueRecordsAreWrittenBackByteForByte) {
+    struct Opaque {
+        const char* key;
+        std::function<void()> readAndWrite;
+    };
+    const std::vector<Opaque> opaque = {
+        {"tavix.bounces", [] { Session::setBounces(Session::bounces()); }},
+        {"tavix.contractWatches", [] { Session::setContractWatches(Session::contractWatches()); }},
+        {"tavix.rideWatches", [] { Session::setRideWatches(Session::rideWatches()); }},
+        {"tavix.priceAlerts", [] { Session::setPriceAlerts(Session::priceAlerts()); }},
+        {"tavix.studies", [] { Session::setStudies(Session::studies()); }},
+        {"tavix.bots", [] { Session::setBots(Session::bots()); }},
+    };
+    const QByteArray list = QByteArrayLiteral(
+        R"([{"z":1,"a":{"price":187.50,"id":12345678901234567890123,"tiny":1e-7},"note":"caf\u00e9 \"ok\""},)"
+        R"({"future":[true,null,-0.0]}])");
+    for (const auto& item : opaque) putRaw(QString::fromLatin1(item.key), list);
+    const QByteArray map =
+        QByteArrayLiteral(R"({"buy":"Ctrl+B","sell":"Ctrl+Shift+S","0x90/60":"cancelAll"})");
+    putRaw(QStringLiteral("tavix.shortcuts"), map);
+    putRaw(QStringLiteral("tavix.midi"), map);
+    restart();
+
+    for (const auto& item : opaque) item.readAndWrite();
+    Session::setShortcuts(Session::shortcuts());
+    Session::setMidiMap(Session::midiMap());
+    restart();
+
+    // The one escape that can change is é, which comes back as its UTF-8 bytes.
+    QByteArray expected = list;
+    expected.replace(QByteArrayLiteral("\\u00e9"), QStringLiteral("é").toUtf8());
+    for (const auto& item : opaque) EXPECT_EQ(raw(QString::fromLatin1(item.key)), expected) << item.key;
+    EXPECT_EQ(raw(QStringLiteral("tavix.shortcuts")), map);
+    EXPECT_EQ(raw(QStringLiteral("tavix.midi")), map);
+}
+
+TEST_F(SessionTest, AnOlderSingleBounceJoinsTheListUntilTheListIsWritten) {
+    const Json older = Json::parse(R"({"plan":{"symbol":"F"},"phase":"buying"})");
+    putRaw(QStringLiteral("tavix.bounce"), older.serialize());
+    restart();
+    ASSERT_EQ(Session::bounces(), Json::Array{older});
+
+    // An older version run after a newer one: its bounce is kept beside the list, once.
+    const Json newer = Json::parse(R"({"plan":{"symbol":"T"},"phase":"selling"})");
+    putRaw(QStringLiteral("tavix.bounces"), Json(Json::Array{newer}).serialize());
+    EXPECT_EQ(Session::bounces(), (Json::Array{newer, older}));
+    putRaw(QStringLiteral("tavix.bounces"), Json(Json::Array{older, newer}).serialize());
+    EXPECT_EQ(Session::bounces(), (Json::Array{older, newer}));
+
+    Session::setBounces({});
+    restart();
+    EXPECT_FALSE(Session::store().contains(QStringLiteral("tavix.bounce")));
+    EXPECT_TRUE(Session::bounces().empty());
+}
+
+TEST_F(SessionTest, OlderDeadlineSalesAreTakenOverUntilWatchesAreWritten) {
+    const Json first = Json::parse(R"({"symbol":"AAPL260320C00200000","sellBy":"2026-03-19T19:00:00Z"})");
+    const Json second = Json::parse(R"({"symbol":"TSLA260320P00150000"})");
+    Json older = Json::object();
+    older.set("b-watch", second);
+    older.set("a-watch", first);
+    putRaw(QStringLiteral("tavix.deadlineSales"), older.serialize());
+    restart();
+    EXPECT_EQ(Session::contractWatches(), (Json::Array{first, second}));
+
+    // Once the list was written, even empty, the old dictionary is gone for good.
+    Session::setContractWatches({});
+    restart();
+    EXPECT_FALSE(Session::store().contains(QStringLiteral("tavix.deadlineSales")));
+    EXPECT_TRUE(Session::contractWatches().empty());
+}
+
+TEST_F(SessionTest, ASuiteKeepsItsOwnStoreAndOnlyDeveloperKeysStayStandard) {
+    Session::standardStore().setValue(QStringLiteral("tavixLag"), 1.5);
+    Session::standardStore().setValue(QStringLiteral("tavixFakePaper"), QStringLiteral("yes"));
+    EXPECT_EQ(Session::lag(), 0) << "the delay is for test suites only";
+    const QString standardLedger = Session::practiceStoreURL();
+    EXPECT_TRUE(standardLedger.endsWith(QStringLiteral("/practice-ledger.json")));
+
+    Session::standardStore().setValue(QStringLiteral("tavixSuite"), QStringLiteral("a"));
+    restart();
+    Session::setWatchlist({QStringLiteral("SPY")});
+    Session::setBroker(BrokerID::mock());
+    Session::setSounds(false);
+    Session::store().setValue(QStringLiteral("tavixShowBots"), true);
+    restart();
+
+    EXPECT_TRUE(Session::isTestSuite());
+    EXPECT_EQ(Session::lag(), 1.5);
+    EXPECT_EQ(Session::developerText(QStringLiteral("tavixFakePaper")), QStringLiteral("yes"));
+    EXPECT_FALSE(Session::developerFlag(QStringLiteral("tavixShowBots")))
+        << "read from the standard store only";
+    EXPECT_EQ(Session::watchlist(), QStringList{QStringLiteral("SPY")});
+
+    const QFileInfo suiteFile(Session::store().fileName());
+    EXPECT_EQ(suiteFile.fileName(), QStringLiteral("com.brindlecove.tavix.a.ini"));
+    EXPECT_EQ(suiteFile.dir(), QFileInfo(Session::standardStore().fileName()).dir());
+    EXPECT_EQ(Session::standardStore().allKeys(),
+              (QStringList{QStringLiteral("tavixFakePaper"), QStringLiteral("tavixLag"),
+                           QStringLiteral("tavixSuite")}));
+    EXPECT_EQ(Session::practiceStoreURL(),
+              QFileInfo(standardLedger).dir().filePath(QStringLiteral("practice-ledger-a.json")));
+}
+
+TEST_F(SessionTest, ASuiteNameCannotLeaveTheFolders) {
+    Session::standardStore().setValue(QStringLiteral("tavixSuite"), QStringLiteral("../x y"));
+    restart();
+    Session::setSounds(false);
+    restart();
+    EXPECT_FALSE(Session::sounds());
+    EXPECT_EQ(QFileInfo(Session::store().fileName()).dir(),
+              QFileInfo(Session::standardStore().fileName()).dir());
+    EXPECT_TRUE(Session::practiceStoreURL().endsWith(QStringLiteral("/practice-ledger-.._x_y.json")));
+}
+
+}  // namespace
+}  // namespace tavix
