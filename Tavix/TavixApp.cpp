@@ -1,45 +1,44 @@
-// Tavix starts here: the practice broker, the watchlist on it and the main window.
-#include "core/AccountSummary.h"
-#include "core/WatchlistModel.h"
-#include "practice/MockBroker.h"
+// Tavix starts here: the application model on the system's keychain and network, and the main
+// window on the model.
+#include "core/AppModel.h"
+#include "core/KeepAwake.h"
+#include "core/Pacer.h"
+#include "market/Keychain.h"
+#include "screens/AppIcon.h"
 #include "screens/MainWindow.h"
 #include "screens/Theme.h"
 
+#include <qcoro/qcorotask.h>
+
 #include <QApplication>
-#include <QDir>
-#include <QStandardPaths>
-
-namespace {
-
-// Where the practice ledger lives: the application's own data folder ("…/Tavix" on every desktop).
-QString practiceLedgerPath() {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation))
-        .filePath(QStringLiteral("practice-ledger.json"));
-}
-
-const QStringList startingWatchlist = {
-    QStringLiteral("AAPL"), QStringLiteral("MSFT"),    QStringLiteral("NVDA"),
-    QStringLiteral("SPY"),  QStringLiteral("BTC/USD"), QStringLiteral("ETH/USD"),
-};
-
-}  // namespace
+#include <QNetworkAccessManager>
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     // No organisation name: the data folder is ".../Tavix" itself, not nested under a maker.
     QCoreApplication::setApplicationName(QStringLiteral("Tavix"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("brindlecove.com"));
+    QApplication::setWindowIcon(tavix::appIcon());
     tavix::theme::apply(app);
 
-    tavix::MockBroker broker(practiceLedgerPath());
-    tavix::WatchlistModel watchlist(broker, startingWatchlist);
-    tavix::AccountSummary account(broker);
-    tavix::MainWindow window(account, watchlist);
-    window.setNotice(broker.notice());
-    window.resize(window.sizeHint().expandedTo(QSize(760, 0)));
+    tavix::SystemKeychain keychain;
+    tavix::DBusKeepAwake keepAwake;
+    tavix::TimerPacer pacer;
+    QNetworkAccessManager network;
+
+    tavix::AppModelEnvironment environment;
+    environment.keychain = &keychain;
+    environment.keepAwake = &keepAwake;
+    environment.pacer = &pacer;
+    environment.network = &network;
+    tavix::AppModel model(std::move(environment));
+
+    tavix::MainWindow window(model);
+    window.resize(1280, 800);
     window.show();
 
-    account.load();
-    watchlist.start();
+    // Opens the saved account (or Practice, telling why in the banner, as it does a practice
+    // ledger that had to be started afresh) and starts the loops. The task is held for the run.
+    QCoro::Task<void> starting = model.bootstrap();
     return QApplication::exec();
 }

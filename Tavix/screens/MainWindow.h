@@ -1,40 +1,63 @@
 #pragma once
 
-#include <QMainWindow>
-#include <QString>
+#include "screens/Question.h"
 
-#include <optional>
+#include <QMainWindow>
+#include <QPointer>
 
 class QLabel;
+class QSplitter;
+class QTabWidget;
+class QTableView;
 
 namespace tavix {
 
-class AccountSummary;
-class WatchlistModel;
-class WatchlistView;
+class AccountHeader;
+class AlpacaAccountDialog;
+class AppModel;
+class ChartPanel;
+class WatchlistPanel;
 
-// Tavix's main window: the account in use, the one-line banner and the watchlist.
+// Tavix's main window: the account header, the one-line banner, then the watchlist on the left
+// and the chart above the positions and orders on the right.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    // The models must outlive the window.
-    MainWindow(AccountSummary& account, WatchlistModel& watchlist, QWidget* parent = nullptr);
+    // The model must outlive the window.
+    explicit MainWindow(AppModel& model, QWidget* parent = nullptr);
+    ~MainWindow() override;
 
-    // A message that stands until it is cleared, shown when nothing more urgent is.
-    void setNotice(std::optional<QString> notice);
+    // Replaces the message box that puts questions (quitting, forgetting an account).
+    void setAsker(Asker asker);
+
+    // The question put when Tavix is closed while it looks after trades.
+    static Question quitQuestion(const QString& warning);
+    // The question put before an Alpaca account is forgotten.
+    static Question forgetQuestion(const QString& label);
+
+    AccountHeader* header() const { return header_; }
+    WatchlistPanel* watchlist() const { return watchlist_; }
+    ChartPanel* chart() const { return chart_; }
+    // The add form while it exists (it is made the first time it is opened).
+    AlpacaAccountDialog* alpacaForm() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
-    void showAccount();
     void showBanner();
+    void showAlpacaForm();
+    void askToForget(const QString& slot);
 
-    AccountSummary& account_;
-    WatchlistModel& watchlist_;
-    std::optional<QString> notice_;
-    QLabel* accountKind_;
-    QLabel* accountNumber_;
+    AppModel& model_;
+    Asker asker_;
+    AccountHeader* header_;
     QLabel* banner_;
-    WatchlistView* watchlistView_;
+    WatchlistPanel* watchlist_;
+    ChartPanel* chart_;
+    QTabWidget* tabs_;
+    QPointer<AlpacaAccountDialog> alpacaForm_;
 };
 
 }  // namespace tavix

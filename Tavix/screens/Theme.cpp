@@ -6,51 +6,101 @@
 
 namespace tavix::theme {
 
-QColor text() { return QColor(0x1f, 0x23, 0x28); }
-QColor mutedText() { return QColor(0x5b, 0x63, 0x6e); }
-QColor rise() { return QColor(0x1a, 0x7f, 0x37); }
-QColor fall() { return QColor(0xc2, 0x2d, 0x2d); }
+QColor window() {
+    return QColor(0x16, 0x19, 0x1e);
+}
+QColor panel() {
+    return QColor(0x1c, 0x20, 0x26);
+}
+QColor text() {
+    return QColor(0xd6, 0xdb, 0xe1);
+}
+QColor mutedText() {
+    return QColor(0x8a, 0x93, 0x9e);
+}
+QColor line() {
+    return QColor(0x2c, 0x32, 0x3a);
+}
+QColor accent() {
+    return QColor(0x6c, 0xa6, 0xe0);
+}
+QColor rise() {
+    return QColor(0x4c, 0xb7, 0x82);
+}
+QColor fall() {
+    return QColor(0xe0, 0x6c, 0x6c);
+}
 
 void apply(QApplication& app) {
     if (auto* fusion = QStyleFactory::create(QStringLiteral("Fusion"))) app.setStyle(fusion);
     QPalette palette;
-    palette.setColor(QPalette::Window, QColor(0xf5, 0xf6, 0xf8));
+    palette.setColor(QPalette::Window, window());
     palette.setColor(QPalette::WindowText, text());
-    palette.setColor(QPalette::Base, Qt::white);
-    palette.setColor(QPalette::AlternateBase, QColor(0xf8, 0xf9, 0xfb));
+    palette.setColor(QPalette::Base, panel());
+    palette.setColor(QPalette::AlternateBase, QColor(0x20, 0x25, 0x2c));
     palette.setColor(QPalette::Text, text());
-    palette.setColor(QPalette::Button, QColor(0xf5, 0xf6, 0xf8));
+    palette.setColor(QPalette::Button, QColor(0x23, 0x28, 0x30));
     palette.setColor(QPalette::ButtonText, text());
-    palette.setColor(QPalette::Highlight, QColor(0xdd, 0xea, 0xf8));
-    palette.setColor(QPalette::HighlightedText, text());
-    palette.setColor(QPalette::ToolTipBase, Qt::white);
+    palette.setColor(QPalette::Highlight, QColor(0x2a, 0x3f, 0x58));
+    palette.setColor(QPalette::HighlightedText, QColor(0xf0, 0xf3, 0xf6));
+    palette.setColor(QPalette::ToolTipBase, panel());
     palette.setColor(QPalette::ToolTipText, text());
     palette.setColor(QPalette::PlaceholderText, mutedText());
+    palette.setColor(QPalette::Link, accent());
+    palette.setColor(QPalette::Disabled, QPalette::Text, mutedText());
+    palette.setColor(QPalette::Disabled, QPalette::ButtonText, mutedText());
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, mutedText());
     app.setPalette(palette);
 }
 
 QString windowStyleSheet() {
     return QStringLiteral(R"(
-QMainWindow, #central { background: #f5f6f8; }
+QMainWindow, #central { background: #16191e; }
+#header { background: #1c2026; border: 1px solid #2c323a; border-radius: 8px; }
 #accountKind {
-    background: #e3ecf7; color: #1d4f86; border-radius: 9px; padding: 2px 10px;
-    font-weight: 600;
+    background: #22344a; color: #9cc4ec; border-radius: 9px; padding: 2px 10px; font-weight: 600;
 }
-#accountNumber { color: #5b636e; }
+#accountNumber, #connecting { color: #8a939e; }
+#worth { color: #e6eaee; font-size: 15px; font-weight: 600; }
+#health { color: #8a939e; border: 1px solid #2c323a; border-radius: 9px; padding: 1px 9px; }
 #banner {
-    background: #fff4e2; color: #6b4300; border: 1px solid #efd3a1; border-radius: 6px;
+    background: #2b2519; color: #e8cf9a; border: 1px solid #4a3d22; border-radius: 6px;
     padding: 6px 10px;
 }
-QTableView {
-    background: #ffffff; alternate-background-color: #f8f9fb; color: #1f2328;
-    border: 1px solid #dde1e6; border-radius: 6px; gridline-color: #eceef1; outline: 0;
-    selection-background-color: #dde9f7; selection-color: #1f2328;
+#watchlistError { color: #e06c6c; }
+#chartTitle { color: #e6eaee; font-size: 14px; font-weight: 600; }
+QLineEdit {
+    background: #1c2026; color: #d6dbe1; border: 1px solid #2c323a; border-radius: 6px;
+    padding: 5px 8px; selection-background-color: #2a3f58;
 }
-QTableView::item { padding: 0 10px; border: none; }
+QLineEdit:focus { border-color: #4a7bab; }
+QToolButton {
+    background: #23282f; color: #d6dbe1; border: 1px solid #2c323a; border-radius: 6px;
+    padding: 3px 10px;
+}
+QToolButton:hover { background: #2a3038; }
+QToolButton:checked { background: #2a3f58; border-color: #4a7bab; color: #e6eaee; }
+QToolButton::menu-indicator { image: none; }
+QTableView, QListView {
+    background: #1c2026; alternate-background-color: #20252c; color: #d6dbe1;
+    border: 1px solid #2c323a; border-radius: 6px; gridline-color: #2c323a; outline: 0;
+    selection-background-color: #2a3f58; selection-color: #f0f3f6;
+}
+QTableView::item { padding: 0 8px; border: none; }
 QHeaderView::section {
-    background: #ffffff; color: #5b636e; font-weight: 600; border: none;
-    border-bottom: 1px solid #dde1e6; padding: 6px 13px;
+    background: #1c2026; color: #8a939e; font-weight: 600; border: none;
+    border-bottom: 1px solid #2c323a; padding: 6px 10px;
 }
+QTabWidget::pane { border: none; }
+QTabBar::tab {
+    background: transparent; color: #8a939e; padding: 6px 14px; border: none;
+    border-bottom: 2px solid transparent;
+}
+QTabBar::tab:selected { color: #e6eaee; border-bottom-color: #6ca6e0; }
+QSplitter::handle { background: #16191e; }
+QMenu { background: #1c2026; color: #d6dbe1; border: 1px solid #2c323a; }
+QMenu::item:selected { background: #2a3f58; }
+QMenu::separator { height: 1px; background: #2c323a; margin: 4px 8px; }
 )");
 }
 

@@ -1,7 +1,7 @@
 #include "screens/WatchlistTableModel.h"
 
+#include "core/AppModel.h"
 #include "core/PriceText.h"
-#include "core/WatchlistModel.h"
 #include "screens/Theme.h"
 
 #include <QColor>
@@ -18,28 +18,44 @@ QVariant optionalPrice(const std::optional<Decimal>& price) {
 
 }  // namespace
 
-WatchlistTableModel::WatchlistTableModel(const WatchlistModel& watchlist, QObject* parent)
-    : QAbstractTableModel(parent), watchlist_(watchlist) {
-    // The watchlist has already changed when it says so; a reset makes views read it afresh.
-    QObject::connect(&watchlist_, &WatchlistModel::symbolsChanged, this, [this] {
-        beginResetModel();
-        endResetModel();
+WatchlistTableModel::WatchlistTableModel(const AppModel& model, QObject* parent)
+    : QAbstractTableModel(parent), model_(model) {
+    QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
+        if (field == AppModel::Field::watchlist) {
+            // The list has already changed when the model says so; a reset makes views read it afresh.
+            beginResetModel();
+            endResetModel();
+        } else if (field == AppModel::Field::quotes && rowCount() > 0) {
+            Q_EMIT dataChanged(index(0, lastColumn), index(rowCount() - 1, columnTotal - 1));
+        }
     });
-    QObject::connect(&watchlist_, &WatchlistModel::quotesChanged, this, [this] {
-        if (rowCount() == 0) return;
-        Q_EMIT dataChanged(index(0, lastColumn), index(rowCount() - 1, columnTotal - 1));
-    });
+}
+
+QString WatchlistTableModel::symbolAt(int row) const {
+    return row >= 0 && row < rowCount() ? model_.watchlist().at(row) : QString();
+}
+
+int WatchlistTableModel::rowOf(const QString& symbol) const {
+    return static_cast<int>(model_.watchlist().indexOf(symbol));
 }
 
 int WatchlistTableModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(watchlist_.symbols().size());
+    return parent.isValid() ? 0 : static_cast<int>(model_.watchlist().size());
 }
 
-int WatchlistTableModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : columnTotal; }
+int WatchlistTableModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : columnTotal;
+}
+
+const Quote* WatchlistTableModel::quote(const QString& symbol) const {
+    const auto& quotes = model_.quotes();
+    auto found = quotes.find(symbol);
+    return found == quotes.end() ? nullptr : &found->second;
+}
 
 QVariant WatchlistTableModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= rowCount()) return {};
-    const QString& symbol = watchlist_.symbols().at(index.row());
+    const QString symbol = symbolAt(index.row());
     switch (role) {
         case Qt::DisplayRole:
             return text(symbol, index.column());
@@ -47,7 +63,7 @@ QVariant WatchlistTableModel::data(const QModelIndex& index, int role) const {
             return colour(symbol, index.column());
         case Qt::TextAlignmentRole:
             return index.column() == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                                    : QVariant(Qt::AlignRight | Qt::AlignVCenter);
+                                                  : QVariant(Qt::AlignRight | Qt::AlignVCenter);
         default:
             return {};
     }
@@ -55,24 +71,24 @@ QVariant WatchlistTableModel::data(const QModelIndex& index, int role) const {
 
 QVariant WatchlistTableModel::text(const QString& symbol, int column) const {
     if (column == symbolColumn) return symbol;
-    const Quote* quote = watchlist_.quote(symbol);
-    if (!quote) return missing;
+    const Quote* found = quote(symbol);
+    if (!found) return missing;
     switch (column) {
         case lastColumn:
-            return priceText(quote->last);
+            return priceText(found->last);
         case changeColumn: {
-            auto moved = quote->change();
+            auto moved = found->change();
             return moved ? changeText(*moved) : missing;
         }
         case percentColumn: {
-            auto moved = quote->change();
+            auto moved = found->change();
             if (!moved) return missing;
-            return percentText(*moved, *quote->previousClose).value_or(missing);
+            return percentText(*moved, *found->previousClose).value_or(missing);
         }
         case bidColumn:
-            return optionalPrice(quote->bid);
+            return optionalPrice(found->bid);
         case askColumn:
-            return optionalPrice(quote->ask);
+            return optionalPrice(found->ask);
         default:
             return {};
     }
@@ -80,8 +96,8 @@ QVariant WatchlistTableModel::text(const QString& symbol, int column) const {
 
 QVariant WatchlistTableModel::colour(const QString& symbol, int column) const {
     if (column != changeColumn && column != percentColumn) return {};
-    const Quote* quote = watchlist_.quote(symbol);
-    auto moved = quote ? quote->change() : std::nullopt;
+    const Quote* found = quote(symbol);
+    auto moved = found ? found->change() : std::nullopt;
     if (!moved || moved->isZero()) return theme::mutedText();
     return moved->isPositive() ? theme::rise() : theme::fall();
 }
@@ -90,7 +106,7 @@ QVariant WatchlistTableModel::headerData(int section, Qt::Orientation orientatio
     if (orientation != Qt::Horizontal) return {};
     if (role == Qt::TextAlignmentRole) {
         return section == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                         : QVariant(Qt::AlignRight | Qt::AlignVCenter);
+                                       : QVariant(Qt::AlignRight | Qt::AlignVCenter);
     }
     if (role != Qt::DisplayRole) return {};
     switch (section) {

@@ -4,17 +4,23 @@
 
 namespace tavix {
 
-class WatchlistModel;
+class AppModel;
+struct Quote;
 
-// The watchlist as table rows: one symbol a row, its prices as the text the user reads.
+// The model's watchlist as table rows: one symbol a row, its quote as the text the user reads.
 class WatchlistTableModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
     enum Column { symbolColumn, lastColumn, changeColumn, percentColumn, bidColumn, askColumn, columnTotal };
 
-    // The watchlist must outlive the table model.
-    explicit WatchlistTableModel(const WatchlistModel& watchlist, QObject* parent = nullptr);
+    // The app model must outlive the table model.
+    explicit WatchlistTableModel(const AppModel& model, QObject* parent = nullptr);
+
+    // The symbol of a row, or nothing past the end.
+    QString symbolAt(int row) const;
+    // The row of a symbol, or -1.
+    int rowOf(const QString& symbol) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -22,10 +28,11 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 private:
+    const Quote* quote(const QString& symbol) const;
     QVariant text(const QString& symbol, int column) const;
     QVariant colour(const QString& symbol, int column) const;
 
-    const WatchlistModel& watchlist_;
+    const AppModel& model_;
 };
 
 }  // namespace tavix

@@ -1,162 +1,90 @@
-#include "core/AccountSummary.h"
-#include "core/WatchlistModel.h"
-#include "screens/MainWindow.h"
-#include "screens/Theme.h"
-#include "screens/WatchlistTableModel.h"
-#include "support/Await.h"
-#include "support/ScriptedBroker.h"
+#include "WindowFixture.h"
 
-#include <QDir>
-#include <QLabel>
-#include <QTableView>
-#include <QTest>
+#include "screens/MoneyText.h"
 
-#include <gtest/gtest.h>
+#include <QSplitter>
+#include <QTabWidget>
 
-#include <iostream>
-
-namespace tavix {
+namespace tavix::test {
 namespace {
 
-using Column = WatchlistTableModel::Column;
+class MainWindowTest : public WindowFixture {};
 
-class MainWindowTest : public ::testing::Test {
-protected:
-    MainWindowTest() {
-        broker.accountList = {BrokerAccount{.id = QStringLiteral("practice"),
-                                            .displayNumber = QStringLiteral("••••4242"),
-                                            .nickname = QStringLiteral("Demo Account")}};
-        broker.setPrice(QStringLiteral("AAPL"), "187.5", "185", "187.49", "187.51");
-        broker.setPrice(QStringLiteral("DOGE/USD"), "0.0812", "0.0835");
-        broker.setPrice(QStringLiteral("BTC/USD"), "64123.4", "64123.4", "64120", "64126.85");
-        window.resize(760, 420);
-        window.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
-    }
+TEST_F(MainWindowTest, TheHeaderShowsTheAccountInUseAndItsLink) {
+    openWindow();
+    // Before anything is read there is no account to show, and no money.
+    EXPECT_FALSE(shown("worth"));
+    EXPECT_FALSE(shown("connecting"));
 
-    // A failed check leaves a picture of the window behind, to see what the user would have seen.
-    void TearDown() override {
-        if (!HasFailure()) return;
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        const QString name = QStringLiteral("tavix-%1-%2.png")
-                                 .arg(QString::fromUtf8(info->test_suite_name()), QString::fromUtf8(info->name()));
-        const QString path = QDir(QString::fromStdString(::testing::TempDir())).absoluteFilePath(name);
-        if (window.grab().save(path)) {
-            std::cout << "The window as it was: " << path.toStdString() << std::endl;
-        } else {
-            std::cout << "Could not save the window to " << path.toStdString() << std::endl;
-        }
-    }
-
-    void loadEverything() {
-        account.load();
-        watchlist.refresh();
-        ASSERT_TRUE(test::eventually([&] { return !account.isLoading() && !watchlist.isRefreshing(); }));
-    }
-
-    QTableView* table() { return window.findChild<QTableView*>(QStringLiteral("watchlist")); }
-    QString labelText(const char* name) {
-        auto* label = window.findChild<QLabel*>(QString::fromLatin1(name));
-        return label ? label->text() : QStringLiteral("(no label %1)").arg(QString::fromLatin1(name));
-    }
-    QLabel* banner() { return window.findChild<QLabel*>(QStringLiteral("banner")); }
-
-    QModelIndex at(int row, int column) { return table()->model()->index(row, column); }
-    QString cell(int row, int column) { return at(row, column).data().toString(); }
-    QStringList row(int r) {
-        QStringList texts;
-        for (int c = 0; c < Column::columnTotal; ++c) texts << cell(r, c);
-        return texts;
-    }
-
-    test::ScriptedBroker broker;
-    WatchlistModel watchlist{broker, {QStringLiteral("AAPL"), QStringLiteral("DOGE/USD"), QStringLiteral("BTC/USD")}};
-    AccountSummary account{broker};
-    MainWindow window{account, watchlist};
-};
-
-TEST_F(MainWindowTest, ShowsTheAccountAndTheSymbolsWithTheirExactPrices) {
-    loadEverything();
-    EXPECT_EQ(window.windowTitle(), QStringLiteral("Tavix"));
-    EXPECT_EQ(labelText("accountKind"), QStringLiteral("Practice"));
-    EXPECT_TRUE(labelText("accountNumber").contains(QStringLiteral("••••4242"))) << labelText("accountNumber").toStdString();
-
-    ASSERT_NE(table(), nullptr);
-    QStringList headers;
-    for (int c = 0; c < table()->model()->columnCount(); ++c) {
-        headers << table()->model()->headerData(c, Qt::Horizontal).toString();
-    }
-    EXPECT_EQ(headers, (QStringList{QStringLiteral("Symbol"), QStringLiteral("Last"), QStringLiteral("Change"),
-                                    QStringLiteral("Change %"), QStringLiteral("Bid"), QStringLiteral("Ask")}));
-    ASSERT_EQ(table()->model()->rowCount(), 3);
-    EXPECT_EQ(row(0), (QStringList{QStringLiteral("AAPL"), QStringLiteral("187.50"), QStringLiteral("+2.50"),
-                                   QStringLiteral("+1.35%"), QStringLiteral("187.49"), QStringLiteral("187.51")}));
-    EXPECT_EQ(row(1), (QStringList{QStringLiteral("DOGE/USD"), QStringLiteral("0.0812"), QStringLiteral("-0.0023"),
-                                   QStringLiteral("-2.75%"), QStringLiteral("—"), QStringLiteral("—")}));
-    EXPECT_EQ(row(2), (QStringList{QStringLiteral("BTC/USD"), QStringLiteral("64123.40"), QStringLiteral("0.00"),
-                                   QStringLiteral("0.00%"), QStringLiteral("64120.00"), QStringLiteral("64126.85")}));
-
-    // Up is green, down is red, no move is neither.
-    EXPECT_EQ(at(0, Column::changeColumn).data(Qt::ForegroundRole).value<QColor>(), theme::rise());
-    EXPECT_EQ(at(0, Column::percentColumn).data(Qt::ForegroundRole).value<QColor>(), theme::rise());
-    EXPECT_EQ(at(1, Column::changeColumn).data(Qt::ForegroundRole).value<QColor>(), theme::fall());
-    EXPECT_EQ(at(2, Column::changeColumn).data(Qt::ForegroundRole).value<QColor>(), theme::mutedText());
-    EXPECT_FALSE(banner()->isVisible());
+    await(model->bootstrap());
+    ASSERT_TRUE(model->account().has_value());
+    ASSERT_TRUE(model->balance().has_value());
+    EXPECT_EQ(text("accountKind"), QStringLiteral("Practice"));
+    EXPECT_TRUE(text("accountNumber").startsWith(model->account()->displayNumber))
+        << text("accountNumber").toStdString();
+    EXPECT_TRUE(shown("worth"));
+    EXPECT_EQ(text("worth"), moneyText(model->balance()->equity));
+    EXPECT_TRUE(text("worth").startsWith(u'$'));
+    EXPECT_EQ(text("health"), QStringLiteral("Stable"));
+    EXPECT_FALSE(shown("connecting"));
 }
 
-TEST_F(MainWindowTest, ShowsADashUntilASymbolIsPriced) {
-    broker.prices.erase(QStringLiteral("DOGE/USD"));
-    loadEverything();
-    EXPECT_EQ(cell(1, Column::symbolColumn), QStringLiteral("DOGE/USD"));
-    EXPECT_EQ(cell(1, Column::lastColumn), QStringLiteral("—"));
-    EXPECT_EQ(cell(0, Column::lastColumn), QStringLiteral("187.50"));
+TEST_F(MainWindowTest, TheBannerShowsTheModelsOneMessage) {
+    openStarted();
+    EXPECT_FALSE(shown("banner"));
+    const QString message = QStringLiteral("Alpaca's paper side didn't answer. Tavix tries again shortly.");
+    model->setBanner(message);
+    EXPECT_TRUE(shown("banner"));
+    EXPECT_EQ(text("banner"), message);
+    model->setBanner(std::nullopt);
+    EXPECT_FALSE(shown("banner"));
 }
 
-TEST_F(MainWindowTest, PricesMoveAfterARefresh) {
-    loadEverything();
-    broker.setPrice(QStringLiteral("AAPL"), "184.1", "185", "184.09", "184.12");
-    watchlist.refresh();
-    ASSERT_TRUE(test::eventually([&] { return cell(0, Column::lastColumn) == QStringLiteral("184.10"); }));
-    EXPECT_EQ(cell(0, Column::changeColumn), QStringLiteral("-0.90"));
-    EXPECT_EQ(at(0, Column::changeColumn).data(Qt::ForegroundRole).value<QColor>(), theme::fall());
-    // The view is told, not just the model: the cell's drawn region is up to date.
-    EXPECT_EQ(table()->model()->rowCount(), 3);
-
-    watchlist.setSymbols({QStringLiteral("BTC/USD")});
-    ASSERT_EQ(table()->model()->rowCount(), 1);
-    EXPECT_EQ(cell(0, Column::symbolColumn), QStringLiteral("BTC/USD"));
+TEST_F(MainWindowTest, LaysOutTheWatchlistBesideTheChartAboveTheAccountTabs) {
+    openStarted();
+    auto* split = find<QSplitter>("mainSplit");
+    auto* right = find<QSplitter>("rightSplit");
+    auto* tabs = find<QTabWidget>("accountTabs");
+    ASSERT_TRUE(split && right && tabs);
+    EXPECT_NE(split->widget(0)->findChild<QWidget*>(QStringLiteral("watchlist")), nullptr);
+    EXPECT_NE(right->widget(0)->findChild<QWidget*>(QStringLiteral("chart")), nullptr);
+    EXPECT_EQ(right->widget(1), tabs);
+    ASSERT_EQ(tabs->count(), 2);
+    EXPECT_EQ(tabs->tabText(0), QStringLiteral("Positions"));
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("Orders"));
+    // Everything fits side by side: the watchlist does not squeeze the chart away.
+    EXPECT_GT(split->sizes().at(1), split->sizes().at(0));
 }
 
-TEST_F(MainWindowTest, TheBannerShowsABrokerErrorAndTheLastPricesStay) {
-    loadEverything();
-    const auto error = BrokerError::transport(QStringLiteral("the connection was reset"));
-    broker.quotesError = error;
-    watchlist.refresh();
-    ASSERT_TRUE(test::eventually([&] { return banner()->isVisible(); }));
-    EXPECT_EQ(banner()->text(), error.description());
-    EXPECT_EQ(cell(0, Column::lastColumn), QStringLiteral("187.50"));
+TEST_F(MainWindowTest, QuitAsksOnlyWhileSomethingIsWatched) {
+    openStarted();
+    ASSERT_FALSE(model->quitWarning().has_value());
+    EXPECT_TRUE(window->close());
+    EXPECT_TRUE(asked.empty());
+    EXPECT_FALSE(window->isVisible());
 
-    broker.quotesError.reset();
-    watchlist.refresh();
-    ASSERT_TRUE(test::eventually([&] { return !banner()->isVisible(); }));
-}
+    window->show();
+    Json::Object ride;
+    ride.emplace_back("symbol", Json("AAPL"));
+    model->setRideWatches(Json::Array{Json(std::move(ride))});
+    const auto warning = model->quitWarning();
+    ASSERT_TRUE(warning.has_value());
 
-TEST_F(MainWindowTest, AnAccountThatCannotBeReadIsToldInTheBanner) {
-    broker.accountsError = BrokerError::notConnected();
-    loadEverything();
-    EXPECT_TRUE(banner()->isVisible());
-    EXPECT_EQ(banner()->text(), BrokerError::notConnected().description());
-    EXPECT_EQ(labelText("accountKind"), QStringLiteral("Practice"));
-    EXPECT_EQ(labelText("accountNumber"), QString());
+    answer = false;  // Keep Tavix Open
+    EXPECT_FALSE(window->close());
+    EXPECT_TRUE(window->isVisible());
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(asked[0].title, QStringLiteral("Quit while Tavix is looking after trades?"));
+    EXPECT_EQ(asked[0].text, QStringLiteral("Quit while Tavix is looking after trades?"));
+    EXPECT_EQ(asked[0].informativeText, *warning);
+    EXPECT_EQ(asked[0].rejectButton, QStringLiteral("Keep Tavix Open"));
+    EXPECT_EQ(asked[0].acceptButton, QStringLiteral("Quit Anyway"));
 
-    // A notice waits behind a broker's trouble and shows once that is over.
-    window.setNotice(QStringLiteral("Your practice account was started afresh."));
-    EXPECT_EQ(banner()->text(), BrokerError::notConnected().description());
-    broker.accountsError.reset();
-    account.load();
-    ASSERT_TRUE(test::eventually([&] { return !account.isLoading(); }));
-    EXPECT_EQ(banner()->text(), QStringLiteral("Your practice account was started afresh."));
+    answer = true;  // Quit Anyway
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(asked.size(), 2u);
+    EXPECT_FALSE(window->isVisible());
 }
 
 }  // namespace
-}  // namespace tavix
+}  // namespace tavix::test

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "market/Date.h"
+
+#include <QAbstractTableModel>
+
+#include <functional>
+
+namespace tavix {
+
+class AppModel;
+struct Order;
+
+// The account's orders, one a row: Symbol, Side, Type, Quantity, Limit / Stop, Status and the
+// time it was submitted, all in plain words.
+class OrdersTableModel : public QAbstractTableModel {
+    Q_OBJECT
+
+public:
+    enum Column {
+        symbolColumn,
+        sideColumn,
+        typeColumn,
+        quantityColumn,
+        priceColumn,
+        statusColumn,
+        submittedColumn,
+        columnTotal
+    };
+
+    // The app model must outlive the table model. `now` tells which day is today, so a time of
+    // today shows without its date.
+    explicit OrdersTableModel(const AppModel& model, QObject* parent = nullptr,
+                              std::function<Date()> now = &Date::now);
+
+    // The prices an order waits for: "101.00", "stop 99.50", "101.00, stop 99.50", "trail 2.00",
+    // or a dash for a market order.
+    static QString pricesText(const Order& order);
+    // The local time of `at`, with the day when it is not the day of `today`.
+    static QString submittedText(Date at, Date today);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+private:
+    const AppModel& model_;
+    std::function<Date()> now_;
+};
+
+}  // namespace tavix

@@ -1,0 +1,79 @@
+#include "WindowFixture.h"
+
+#include "screens/ChartView.h"
+#include "screens/Theme.h"
+
+#include <QImage>
+#include <QLabel>
+#include <QToolButton>
+
+namespace tavix::test {
+namespace {
+
+class ChartViewTest : public WindowFixture {
+protected:
+    ChartView* chart() const { return find<ChartView>("chart"); }
+
+    // How many pixels of the chart have exactly this colour.
+    static int pixelsOf(const QImage& image, const QColor& colour) {
+        int count = 0;
+        const QRgb wanted = colour.rgb();
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) count += image.pixel(x, y) == wanted ? 1 : 0;
+        }
+        return count;
+    }
+};
+
+TEST_F(ChartViewTest, PaintsTheSelectedSymbolsCandles) {
+    Session::setWatchlist({QStringLiteral("AAPL"), QStringLiteral("MSFT")});
+    openWindow();
+    ASSERT_TRUE(model->candles().empty());
+    const QImage empty = chart()->grab().toImage();
+    EXPECT_EQ(pixelsOf(empty, theme::rise()), 0);
+    EXPECT_EQ(pixelsOf(empty, theme::fall()), 0);
+
+    await(model->bootstrap());
+    ASSERT_TRUE(eventually([&] { return !model->candles().empty(); }));
+    EXPECT_EQ(text("chartTitle"), QStringLiteral("AAPL"));
+    const QImage drawn = chart()->grab().toImage();
+    ASSERT_EQ(drawn.size(), empty.size());
+    EXPECT_NE(drawn, empty);
+    // Made-up prices go both ways: bodies of both colours are drawn.
+    EXPECT_GT(pixelsOf(drawn, theme::rise()), 0);
+    EXPECT_GT(pixelsOf(drawn, theme::fall()), 0);
+
+    // Another symbol empties the chart until its candles come, and the title follows.
+    model->switchTo(QStringLiteral("MSFT"));
+    EXPECT_EQ(text("chartTitle"), QStringLiteral("MSFT"));
+}
+
+TEST_F(ChartViewTest, TheIntervalButtonsFollowAndSetTheModel) {
+    openStarted();
+    auto* fiveMinutes = find<QToolButton>("interval-5m");
+    auto* hour = find<QToolButton>("interval-1h");
+    ASSERT_TRUE(fiveMinutes && hour);
+    EXPECT_EQ(model->chartInterval(), CandleInterval::fiveMinute);
+    EXPECT_TRUE(fiveMinutes->isChecked());
+
+    QTest::mouseClick(hour, Qt::LeftButton);
+    EXPECT_EQ(model->chartInterval(), CandleInterval::hourly);
+    EXPECT_TRUE(hour->isChecked());
+    EXPECT_FALSE(fiveMinutes->isChecked());
+
+    model->setChartInterval(CandleInterval::daily);
+    EXPECT_TRUE(find<QToolButton>("interval-1D")->isChecked());
+    EXPECT_FALSE(hour->isChecked());
+}
+
+TEST(ChartAxisTest, StepsAreOneTwoOrFiveTimesAPowerOfTen) {
+    EXPECT_DOUBLE_EQ(ChartView::axisStep(100, 200, 5), 20);
+    EXPECT_DOUBLE_EQ(ChartView::axisStep(100, 200, 10), 10);
+    EXPECT_DOUBLE_EQ(ChartView::axisStep(0.0801, 0.0836, 4), 0.001);
+    EXPECT_DOUBLE_EQ(ChartView::axisStep(64000, 64900, 4), 500);
+    EXPECT_EQ(ChartView::axisStep(5, 5, 4), 0);
+    EXPECT_EQ(ChartView::axisStep(6, 5, 4), 0);
+}
+
+}  // namespace
+}  // namespace tavix::test
