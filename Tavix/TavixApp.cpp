@@ -5,6 +5,7 @@
 #include "core/Pacer.h"
 #include "market/Keychain.h"
 #include "screens/AppIcon.h"
+#include "screens/FirstPaintLog.h"
 #include "screens/MainWindow.h"
 #include "screens/Theme.h"
 
@@ -34,6 +35,7 @@ int main(int argc, char** argv) {
     tavix::AppModel model(std::move(environment));
 
     tavix::MainWindow window(model);
+    new tavix::FirstPaintLog(&window);
     window.resize(1280, 800);
     window.show();
 
