@@ -21,21 +21,15 @@ QDateTime localTime(Date at) {
         .toLocalTime();
 }
 
-bool alignsLeft(int column) {
-    return column == OrdersTableModel::symbolColumn || column == OrdersTableModel::sideColumn ||
-           column == OrdersTableModel::typeColumn || column == OrdersTableModel::statusColumn;
-}
-
 }  // namespace
 
 OrdersTableModel::OrdersTableModel(const AppModel& model, QObject* parent, std::function<Date()> now)
-    : QAbstractTableModel(parent), model_(model), now_(std::move(now)) {
-    QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
-        if (field != AppModel::Field::orders) return;
-        beginResetModel();
-        endResetModel();
-    });
-}
+    : TextTableModel(model, AppModel::Field::orders,
+                     {QStringLiteral("Symbol"), QStringLiteral("Side"), QStringLiteral("Type"),
+                      QStringLiteral("Quantity"), QStringLiteral("Limit / Stop"), QStringLiteral("Status"),
+                      QStringLiteral("Submitted")},
+                     {symbolColumn, sideColumn, typeColumn, statusColumn}, parent),
+      now_(std::move(now)) {}
 
 QString OrdersTableModel::pricesText(const Order& order) {
     QStringList parts;
@@ -57,16 +51,9 @@ int OrdersTableModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(model_.orders().size());
 }
 
-int OrdersTableModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : columnTotal;
-}
-
 QVariant OrdersTableModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= rowCount()) return {};
-    if (role == Qt::TextAlignmentRole) {
-        return alignsLeft(index.column()) ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                          : QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    }
+    if (!holds(index)) return {};
+    if (role == Qt::TextAlignmentRole) return alignment(index.column());
     if (role != Qt::DisplayRole) return {};
     const Order& order = model_.orders().at(static_cast<std::size_t>(index.row()));
     switch (index.column()) {
@@ -84,33 +71,6 @@ QVariant OrdersTableModel::data(const QModelIndex& index, int role) const {
             return orderStatusText(order.status);
         case submittedColumn:
             return order.enteredAt ? submittedText(*order.enteredAt, now_()) : missing;
-        default:
-            return {};
-    }
-}
-
-QVariant OrdersTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal) return {};
-    if (role == Qt::TextAlignmentRole) {
-        return alignsLeft(section) ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                   : QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    }
-    if (role != Qt::DisplayRole) return {};
-    switch (section) {
-        case symbolColumn:
-            return QStringLiteral("Symbol");
-        case sideColumn:
-            return QStringLiteral("Side");
-        case typeColumn:
-            return QStringLiteral("Type");
-        case quantityColumn:
-            return QStringLiteral("Quantity");
-        case priceColumn:
-            return QStringLiteral("Limit / Stop");
-        case statusColumn:
-            return QStringLiteral("Status");
-        case submittedColumn:
-            return QStringLiteral("Submitted");
         default:
             return {};
     }

@@ -1,19 +1,17 @@
 #pragma once
 
 #include "market/Date.h"
-
-#include <QAbstractTableModel>
+#include "screens/TextTableModel.h"
 
 #include <functional>
 
 namespace tavix {
 
-class AppModel;
 struct Order;
 
 // The account's orders, one a row: Symbol, Side, Type, Quantity, Limit / Stop, Status and the
 // time it was submitted, all in plain words.
-class OrdersTableModel : public QAbstractTableModel {
+class OrdersTableModel : public TextTableModel {
     Q_OBJECT
 
 public:
@@ -40,12 +38,9 @@ public:
     static QString submittedText(Date at, Date today);
 
     int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 private:
-    const AppModel& model_;
     std::function<Date()> now_;
 };
 

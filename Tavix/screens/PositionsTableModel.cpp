@@ -10,29 +10,19 @@
 namespace tavix {
 
 PositionsTableModel::PositionsTableModel(const AppModel& model, QObject* parent)
-    : QAbstractTableModel(parent), model_(model) {
-    QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
-        if (field != AppModel::Field::positions) return;
-        beginResetModel();
-        endResetModel();
-    });
-}
+    : TextTableModel(model, AppModel::Field::positions,
+                     {QStringLiteral("Symbol"), QStringLiteral("Quantity"), QStringLiteral("Average price"),
+                      QStringLiteral("Market value"), QStringLiteral("Unrealised P/L")},
+                     {symbolColumn}, parent) {}
 
 int PositionsTableModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(model_.positions().size());
 }
 
-int PositionsTableModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : columnTotal;
-}
-
 QVariant PositionsTableModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= rowCount()) return {};
+    if (!holds(index)) return {};
     const Position& position = model_.positions().at(static_cast<std::size_t>(index.row()));
-    if (role == Qt::TextAlignmentRole) {
-        return index.column() == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                              : QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    }
+    if (role == Qt::TextAlignmentRole) return alignment(index.column());
     if (role == Qt::ForegroundRole) {
         if (index.column() != profitColumn || position.unrealizedPL.isZero()) return {};
         return position.unrealizedPL.isPositive() ? theme::rise() : theme::fall();
@@ -49,29 +39,6 @@ QVariant PositionsTableModel::data(const QModelIndex& index, int role) const {
             return moneyText(position.marketValue);
         case profitColumn:
             return signedMoneyText(position.unrealizedPL);
-        default:
-            return {};
-    }
-}
-
-QVariant PositionsTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal) return {};
-    if (role == Qt::TextAlignmentRole) {
-        return section == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                       : QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    }
-    if (role != Qt::DisplayRole) return {};
-    switch (section) {
-        case symbolColumn:
-            return QStringLiteral("Symbol");
-        case quantityColumn:
-            return QStringLiteral("Quantity");
-        case averageColumn:
-            return QStringLiteral("Average price");
-        case valueColumn:
-            return QStringLiteral("Market value");
-        case profitColumn:
-            return QStringLiteral("Unrealised P/L");
         default:
             return {};
     }

@@ -1,14 +1,12 @@
 #pragma once
 
-#include <QAbstractTableModel>
+#include "screens/TextTableModel.h"
 
 namespace tavix {
 
-class AppModel;
-
 // What the account holds, one position a row: Symbol, Quantity, Average price, Market value and
 // Unrealised P/L, the last in green or red.
-class PositionsTableModel : public QAbstractTableModel {
+class PositionsTableModel : public TextTableModel {
     Q_OBJECT
 
 public:
@@ -18,12 +16,7 @@ public:
     explicit PositionsTableModel(const AppModel& model, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
-
-private:
-    const AppModel& model_;
 };
 
 }  // namespace tavix

@@ -19,13 +19,12 @@ QVariant optionalPrice(const std::optional<Decimal>& price) {
 }  // namespace
 
 WatchlistTableModel::WatchlistTableModel(const AppModel& model, QObject* parent)
-    : QAbstractTableModel(parent), model_(model) {
+    : TextTableModel(model, AppModel::Field::watchlist,
+                     {QStringLiteral("Symbol"), QStringLiteral("Last"), QStringLiteral("Change"),
+                      QStringLiteral("Change %"), QStringLiteral("Bid"), QStringLiteral("Ask")},
+                     {symbolColumn}, parent) {
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
-        if (field == AppModel::Field::watchlist) {
-            // The list has already changed when the model says so; a reset makes views read it afresh.
-            beginResetModel();
-            endResetModel();
-        } else if (field == AppModel::Field::quotes && rowCount() > 0) {
+        if (field == AppModel::Field::quotes && rowCount() > 0) {
             Q_EMIT dataChanged(index(0, lastColumn), index(rowCount() - 1, columnTotal - 1));
         }
     });
@@ -43,10 +42,6 @@ int WatchlistTableModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(model_.watchlist().size());
 }
 
-int WatchlistTableModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : columnTotal;
-}
-
 const Quote* WatchlistTableModel::quote(const QString& symbol) const {
     const auto& quotes = model_.quotes();
     auto found = quotes.find(symbol);
@@ -54,7 +49,7 @@ const Quote* WatchlistTableModel::quote(const QString& symbol) const {
 }
 
 QVariant WatchlistTableModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= rowCount()) return {};
+    if (!holds(index)) return {};
     const QString symbol = symbolAt(index.row());
     switch (role) {
         case Qt::DisplayRole:
@@ -62,8 +57,7 @@ QVariant WatchlistTableModel::data(const QModelIndex& index, int role) const {
         case Qt::ForegroundRole:
             return colour(symbol, index.column());
         case Qt::TextAlignmentRole:
-            return index.column() == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                                  : QVariant(Qt::AlignRight | Qt::AlignVCenter);
+            return alignment(index.column());
         default:
             return {};
     }
@@ -100,31 +94,6 @@ QVariant WatchlistTableModel::colour(const QString& symbol, int column) const {
     auto moved = found ? found->change() : std::nullopt;
     if (!moved || moved->isZero()) return theme::mutedText();
     return moved->isPositive() ? theme::rise() : theme::fall();
-}
-
-QVariant WatchlistTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal) return {};
-    if (role == Qt::TextAlignmentRole) {
-        return section == symbolColumn ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
-                                       : QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    }
-    if (role != Qt::DisplayRole) return {};
-    switch (section) {
-        case symbolColumn:
-            return QStringLiteral("Symbol");
-        case lastColumn:
-            return QStringLiteral("Last");
-        case changeColumn:
-            return QStringLiteral("Change");
-        case percentColumn:
-            return QStringLiteral("Change %");
-        case bidColumn:
-            return QStringLiteral("Bid");
-        case askColumn:
-            return QStringLiteral("Ask");
-        default:
-            return {};
-    }
 }
 
 }  // namespace tavix

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <QAbstractTableModel>
+#include "screens/TextTableModel.h"
 
 namespace tavix {
 
-class AppModel;
 struct Quote;
 
 // The model's watchlist as table rows: one symbol a row, its quote as the text the user reads.
-class WatchlistTableModel : public QAbstractTableModel {
+class WatchlistTableModel : public TextTableModel {
     Q_OBJECT
 
 public:
@@ -23,16 +22,12 @@ public:
     int rowOf(const QString& symbol) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 private:
     const Quote* quote(const QString& symbol) const;
     QVariant text(const QString& symbol, int column) const;
     QVariant colour(const QString& symbol, int column) const;
-
-    const AppModel& model_;
 };
 
 }  // namespace tavix

@@ -16,18 +16,18 @@ TEST_F(AppModelAccountTest, AResultThatLandsAfterASwitchIsDropped) {
     ASSERT_TRUE(m.account());
     const auto before = m.accountGeneration();
 
-    practice->holding = true;
+    practice->balanceReads.holding = true;
     QCoro::Task<void> stale = m.refreshAccount();
-    ASSERT_EQ(practice->heldCount(), 1);
+    ASSERT_EQ(practice->balanceReads.count(), 1);
 
-    practice->holding = false;
+    practice->balanceReads.holding = false;
     await(m.attach(BrokerID::mock()));
     EXPECT_GT(m.accountGeneration(), before);
     ASSERT_TRUE(m.account());
 
     // The old read now fails; had it been applied, the account would be dropped and the failure shown.
     practice->readError = BrokerError::transport(QStringLiteral("connection refused"));
-    ASSERT_TRUE(practice->releaseOne());
+    ASSERT_TRUE(practice->balanceReads.releaseOne());
     await(std::move(stale));
     EXPECT_TRUE(m.account());
     EXPECT_TRUE(m.isConnected());
@@ -70,12 +70,12 @@ TEST_F(AppModelAccountTest, AFailedReadIsShownAndTheNextRoundConnectsAgain) {
 
 TEST_F(AppModelAccountTest, AReadOfThreeSecondsIsSlowUntilAQuickOne) {
     AppModel& m = started();
-    practice->holding = true;
+    practice->balanceReads.holding = true;
     pacer.advance(AppModel::accountLoopSeconds);
-    ASSERT_EQ(practice->heldCount(), 1);
+    ASSERT_EQ(practice->balanceReads.count(), 1);
     pacer.advance(AppModel::slowReadSeconds);
-    practice->holding = false;
-    ASSERT_TRUE(practice->releaseOne());
+    practice->balanceReads.holding = false;
+    ASSERT_TRUE(practice->balanceReads.releaseOne());
     ASSERT_TRUE(eventually([&] { return m.linkSlow(); }));
     EXPECT_EQ(m.health(), AppModel::Health::slow);
     EXPECT_EQ(AppModel::healthWord(m.health()), QStringLiteral("Slow"));

@@ -73,14 +73,14 @@ TEST_F(AppModelLoopsTest, TheMarketClockIsReadAtOnceAndEveryMinute) {
 
 TEST_F(AppModelLoopsTest, ADestroyedModelLeavesNothingScheduledAndARoundInFlightEndsQuietly) {
     started();
-    practice->holding = true;
+    practice->balanceReads.holding = true;
     pacer.advance(AppModel::accountLoopSeconds);
-    ASSERT_EQ(practice->heldCount(), 1);
+    ASSERT_EQ(practice->balanceReads.count(), 1);
     // The suspended round keeps its broker alive past the model.
     model.reset();
     EXPECT_EQ(pacer.pending(), 0u);
-    practice->holding = false;
-    practice->releaseOne();
+    practice->balanceReads.holding = false;
+    practice->balanceReads.releaseOne();
     pacer.advance(AppModel::accountLoopSeconds);
     EXPECT_EQ(pacer.pending(), 0u);
 }

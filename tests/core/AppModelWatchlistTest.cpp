@@ -5,12 +5,6 @@
 namespace tavix::test {
 namespace {
 
-QStringList list(std::initializer_list<const char*> symbols) {
-    QStringList made;
-    for (const char* symbol : symbols) made << QString::fromLatin1(symbol);
-    return made;
-}
-
 class AppModelWatchlistTest : public GatedPracticeFixture {
 protected:
     // The model starts on this list rather than the first-run one.

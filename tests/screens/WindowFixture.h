@@ -1,23 +1,13 @@
 #pragma once
 
-// The main window on a model made of fakes: a memory keychain, a recording keep-awake, a
-// hand-driven pacer (so no loop runs unless a test moves time) and a practice ledger in memory.
-// Settings are cleared around each test; questions the window puts are recorded and answered by
-// the test. A failed test leaves a picture of the window behind.
+// The main window on the model harness's fakes. Questions the window puts are recorded and
+// answered by the test. A failed test leaves a picture of the window behind.
 
-#include "core/AppModel.h"
-#include "core/KeepAwake.h"
-#include "core/Pacer.h"
-#include "core/Session.h"
-#include "market/Keychain.h"
 #include "screens/MainWindow.h"
-#include "support/Await.h"
-#include "support/FakeAlpaca.h"
+#include "support/AppModelHarness.h"
 
 #include <QDir>
 #include <QLabel>
-#include <QNetworkAccessManager>
-#include <QSettings>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -28,36 +18,12 @@
 
 namespace tavix::test {
 
-class WindowFixture : public ::testing::Test {
+class WindowFixture : public AppModelHarness {
 protected:
-    void SetUp() override { clearSettings(); }
-
     void TearDown() override {
         if (HasFailure() && window) savePicture();
         window.reset();
-        model.reset();
-        clearSettings();
-    }
-
-    static void clearSettings() {
-        Session::reopen();
-        Session::store().clear();
-        Session::standardStore().clear();
-        Session::reopen();
-    }
-
-    AppModel& makeModel() {
-        AppModelEnvironment environment;
-        environment.keychain = &keychain;
-        environment.keepAwake = &keepAwake;
-        environment.pacer = &pacer;
-        environment.network = &network;
-        if (alpaca) environment.alpacaEndpoints = alpaca->endpoints();
-        environment.alpacaOptions.clock = [this] { return pacer.now(); };
-        environment.practiceStorePath = QString();
-        environment.practiceLag = std::chrono::milliseconds(0);
-        model = std::make_unique<AppModel>(std::move(environment));
-        return *model;
+        AppModelHarness::TearDown();
     }
 
     // The window on a fresh model, shown; questions are answered with `answer`.
@@ -80,11 +46,6 @@ protected:
         openWindow();
         await(model->bootstrap());
         return *window;
-    }
-
-    FakeAlpaca& fakeAlpaca() {
-        if (!alpaca) alpaca = std::make_unique<FakeAlpaca>();
-        return *alpaca;
     }
 
     template <class Widget>
@@ -115,12 +76,6 @@ protected:
         }
     }
 
-    MemoryKeychain keychain;
-    RecordingKeepAwake keepAwake;
-    ManualPacer pacer;
-    QNetworkAccessManager network;
-    std::unique_ptr<FakeAlpaca> alpaca;
-    std::unique_ptr<AppModel> model;
     std::unique_ptr<MainWindow> window;
     std::vector<Question> asked;
     bool answer = false;

@@ -1,0 +1,118 @@
+#pragma once
+
+// An application model on fakes: a memory keychain, a recording keep-awake, a hand-driven pacer
+// whose clock the practice broker reads too (so no loop runs unless a test moves time), and a
+// practice ledger kept in memory. Settings are cleared before and after each test. A loopback
+// Alpaca fake is made on demand. Only the core and screens test programs can include this.
+
+#include "core/AppModel.h"
+#include "core/KeepAwake.h"
+#include "core/Pacer.h"
+#include "core/Session.h"
+#include "market/Keychain.h"
+#include "practice/MockBroker.h"
+#include "support/Await.h"
+#include "support/FakeAlpaca.h"
+
+#include <QNetworkAccessManager>
+#include <QSettings>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace tavix::test {
+
+// A list of symbols, as a watchlist holds them.
+inline QStringList list(std::initializer_list<const char*> symbols) {
+    QStringList made;
+    for (const char* symbol : symbols) made << QString::fromLatin1(symbol);
+    return made;
+}
+
+class AppModelHarness : public ::testing::Test {
+protected:
+    void SetUp() override { clearSettings(); }
+
+    void TearDown() override {
+        model.reset();
+        clearSettings();
+    }
+
+    static void clearSettings() {
+        Session::reopen();
+        Session::store().clear();
+        Session::standardStore().clear();
+        Session::reopen();
+    }
+
+    // The environment a model is made with; tests may change it before makeModel().
+    virtual AppModelEnvironment environment() {
+        AppModelEnvironment made;
+        made.keychain = keychainInUse;
+        made.keepAwake = &keepAwake;
+        made.pacer = &pacer;
+        made.network = &network;
+        if (alpacaFake) made.alpacaEndpoints = alpacaFake->endpoints();
+        made.alpacaOptions.clock = [this] { return pacer.now(); };
+        made.practiceStorePath = QString();
+        made.practiceLag = std::chrono::milliseconds(0);
+        return made;
+    }
+
+    // Makes a practice broker of type `Practice` on the pacer's clock and hands it to `made`
+    // before the model reads from it.
+    template <class Practice>
+    decltype(AppModelEnvironment::makePractice) practiceOf(std::function<void(Practice&)> made) {
+        return [this, made](std::optional<QString> storePath, std::chrono::milliseconds lag) {
+            auto broker =
+                std::make_shared<Practice>(std::move(storePath), lag, [this] { return pacer.now(); });
+            made(*broker);
+            return std::shared_ptr<MockBroker>(broker);
+        };
+    }
+
+    // Makes the model (a fresh one each call, as a restart does) and counts its notifications.
+    AppModel& makeModel() { return makeModel(environment()); }
+    AppModel& makeModel(AppModelEnvironment made) {
+        model.reset();
+        changes.clear();
+        model = std::make_unique<AppModel>(std::move(made));
+        QObject::connect(model.get(), &AppModel::changed, model.get(),
+                         [this](AppModel::Field field) { ++changes[field]; });
+        return *model;
+    }
+
+    // A model that ran its start-up: on the saved account, loops running.
+    AppModel& started() {
+        makeModel();
+        await(model->bootstrap());
+        return *model;
+    }
+
+    // The loopback Alpaca; models made after this call reach it.
+    FakeAlpaca& fakeAlpaca() {
+        if (!alpacaFake) alpacaFake = std::make_unique<FakeAlpaca>();
+        return *alpacaFake;
+    }
+
+    int changesOf(AppModel::Field field) const {
+        auto found = changes.find(field);
+        return found == changes.end() ? 0 : found->second;
+    }
+
+    MemoryKeychain keychain;
+    Keychain* keychainInUse = &keychain;
+    RecordingKeepAwake keepAwake;
+    ManualPacer pacer;
+    QNetworkAccessManager network;
+    std::unique_ptr<FakeAlpaca> alpacaFake;
+    std::unique_ptr<AppModel> model;
+    std::map<AppModel::Field, int> changes;
+};
+
+}  // namespace tavix::test
