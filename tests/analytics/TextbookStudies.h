@@ -1,0 +1,88 @@
+#pragma once
+
+// Second, deliberately plain implementations of the textbook definitions the studies are checked
+// against: every window summed afresh, two passes for deviations, no running forms. NaN marks a bar
+// with no value yet.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace tavix::test::textbook {
+
+constexpr double none = std::numeric_limits<double>::quiet_NaN();
+
+inline double windowMean(const std::vector<double>& values, std::size_t last, std::size_t length) {
+    double sum = 0;
+    for (std::size_t j = last + 1 - length; j <= last; ++j) sum += values[j];
+    return sum / static_cast<double>(length);
+}
+
+// The arithmetic mean of the last `length` values.
+inline std::vector<double> sma(const std::vector<double>& values, std::size_t length) {
+    std::vector<double> out(values.size(), none);
+    for (std::size_t i = length - 1; i < values.size(); ++i) out[i] = windowMean(values, i, length);
+    return out;
+}
+
+// The exponential average as chart services define it: the first value is the simple average of
+// the first `length`, then each is previous + alpha * (value - previous). alpha = 2 / (length + 1)
+// for the usual EMA; Wilder's smoothing is the same with alpha = 1 / length, which is his
+// "previous * (length - 1) + value, over length" (Wilder, New Concepts in Technical Trading
+// Systems, 1978).
+inline std::vector<double> smoothed(const std::vector<double>& values, std::size_t length, double alpha) {
+    std::vector<double> out(values.size(), none);
+    if (values.size() < length) return out;
+    out[length - 1] = windowMean(values, length - 1, length);
+    for (std::size_t i = length; i < values.size(); ++i)
+        out[i] = out[i - 1] + alpha * (values[i] - out[i - 1]);
+    return out;
+}
+
+inline std::vector<double> ema(const std::vector<double>& values, std::size_t length) {
+    return smoothed(values, length, 2.0 / (static_cast<double>(length) + 1));
+}
+
+// The population standard deviation (divide by n) of the last `length` values, in two passes.
+inline std::vector<double> populationDeviation(const std::vector<double>& values, std::size_t length) {
+    std::vector<double> out(values.size(), none);
+    for (std::size_t i = length - 1; i < values.size(); ++i) {
+        const double mean = windowMean(values, i, length);
+        double squares = 0;
+        for (std::size_t j = i + 1 - length; j <= i; ++j) squares += (values[j] - mean) * (values[j] - mean);
+        out[i] = std::sqrt(squares / static_cast<double>(length));
+    }
+    return out;
+}
+
+// Wilder's true range (1978): the greatest of today's high - low, |high - yesterday's close| and
+// |low - yesterday's close|; the first day has only its high - low.
+inline std::vector<double> trueRange(const std::vector<double>& high, const std::vector<double>& low,
+                                     const std::vector<double>& close) {
+    std::vector<double> out(close.size());
+    for (std::size_t i = 0; i < close.size(); ++i) {
+        out[i] = high[i] - low[i];
+        if (i > 0) {
+            out[i] = std::max(out[i], std::abs(high[i] - close[i - 1]));
+            out[i] = std::max(out[i], std::abs(low[i] - close[i - 1]));
+        }
+    }
+    return out;
+}
+
+// Wilder's average true range: the first is the mean of the first `length` true ranges, then
+// (previous * (length - 1) + true range) / length.
+inline std::vector<double> wilderAtr(const std::vector<double>& high, const std::vector<double>& low,
+                                     const std::vector<double>& close, std::size_t length) {
+    const auto range = trueRange(high, low, close);
+    std::vector<double> out(close.size(), none);
+    if (close.size() < length) return out;
+    out[length - 1] = windowMean(range, length - 1, length);
+    for (std::size_t i = length; i < close.size(); ++i) {
+        out[i] = (out[i - 1] * static_cast<double>(length - 1) + range[i]) / static_cast<double>(length);
+    }
+    return out;
+}
+
+}  // namespace tavix::test::textbook
