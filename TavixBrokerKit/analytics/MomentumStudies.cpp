@@ -83,10 +83,10 @@ void computeRsi(const StudyBars& bars, StudyRun& run) {
 void computeStochastic(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const int length = run.whole(u"kLength");
-    const auto highest = rolling::highest(bars.high, length);
+    // The place is worked out over the highest column, which is not needed after.
+    auto fast = rolling::highest(bars.high, length);
     const auto lowest = rolling::lowest(bars.low, length);
-    std::vector<double> fast(n);
-    for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(bars.close[i], lowest[i], highest[i]);
+    for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(bars.close[i], lowest[i], fast[i]);
 
     run.outputs = smoothedPlace(fast, run);
 }
@@ -97,10 +97,9 @@ void computeStochasticRsi(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const auto rsi = relativeStrength(bars.close, run.whole(u"rsiLength"), AverageType::wilders);
     const int length = run.whole(u"stochLength");
-    const auto highest = rolling::highest(rsi, length);
+    auto fast = rolling::highest(rsi, length);
     const auto lowest = rolling::lowest(rsi, length);
-    std::vector<double> fast(n);
-    for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(rsi[i], lowest[i], highest[i]);
+    for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(rsi[i], lowest[i], fast[i]);
 
     run.outputs = smoothedPlace(fast, run);
 }
@@ -131,12 +130,10 @@ void computeCci(const StudyBars& bars, StudyRun& run) {
 void computeWilliamsR(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const int length = run.whole(u"length");
-    const auto highest = rolling::highest(bars.high, length);
+    auto percent = rolling::highest(bars.high, length);
     const auto lowest = rolling::lowest(bars.low, length);
-    auto percent = StudySeries::numberSeries(QStringLiteral("williamsR"), n);
-    for (std::size_t i = 0; i < n; ++i)
-        percent.numbers[i] = placeIn(bars.close[i], lowest[i], highest[i]) - 100;
-    setOutputs(run, std::move(percent));
+    for (std::size_t i = 0; i < n; ++i) percent[i] = placeIn(bars.close[i], lowest[i], percent[i]) - 100;
+    setOutputs(run, numberOutput(QStringLiteral("williamsR"), std::move(percent)));
 }
 
 // The close's change over `length` bars, in percent of the close then.

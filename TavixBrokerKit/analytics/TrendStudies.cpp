@@ -73,9 +73,13 @@ void computeAdx(const StudyBars& bars, StudyRun& run) {
 
     auto diPlus = StudySeries::numberSeries(QStringLiteral("diPlus"), n);
     auto diMinus = StudySeries::numberSeries(QStringLiteral("diMinus"), n);
-    std::vector<double> dx(n, noValue);
+    // DX takes over the up moves' column, which the smoothing above has finished with.
+    auto& dx = plusMove;
     for (std::size_t i = 0; i < n; ++i) {
-        if (std::isnan(range[i])) continue;
+        if (std::isnan(range[i])) {
+            dx[i] = noValue;
+            continue;
+        }
         // Bars that never move give no direction either way, rather than a division by zero.
         const double up = range[i] > 0 ? 100 * plus[i] / range[i] : 0;
         const double down = range[i] > 0 ? 100 * minus[i] / range[i] : 0;
@@ -150,14 +154,13 @@ void computeIchimoku(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const std::size_t shift = count(run.whole(u"displacement"));
 
-    auto conversion = StudySeries::numberSeries(QStringLiteral("conversion"), n);
-    auto base = StudySeries::numberSeries(QStringLiteral("base"), n);
+    auto conversion =
+        numberOutput(QStringLiteral("conversion"), midpoint(bars, run.whole(u"conversionLength")));
+    auto base = numberOutput(QStringLiteral("base"), midpoint(bars, run.whole(u"baseLength")));
     auto spanA = StudySeries::numberSeries(QStringLiteral("spanA"), n);
     auto spanB = StudySeries::numberSeries(QStringLiteral("spanB"), n);
     auto lagging = StudySeries::numberSeries(QStringLiteral("lagging"), n);
 
-    conversion.numbers = midpoint(bars, run.whole(u"conversionLength"));
-    base.numbers = midpoint(bars, run.whole(u"baseLength"));
     const auto longMidpoint = midpoint(bars, run.whole(u"spanBLength"));
     for (std::size_t i = 0; i + shift < n; ++i) {
         spanA.numbers[i + shift] = (conversion.numbers[i] + base.numbers[i]) / 2;
