@@ -1,5 +1,6 @@
 // Tavix starts here: the application model on the system's keychain and network, and the main
 // window on the model.
+#include "analytics/SeriesMemory.h"
 #include "core/AppModel.h"
 #include "core/KeepAwake.h"
 #include "core/Pacer.h"
@@ -15,6 +16,7 @@
 #include <QNetworkAccessManager>
 
 int main(int argc, char** argv) {
+    tavix::keepFreedSeriesMemory();
     QApplication app(argc, argv);
     // No organisation name: the data folder is ".../Tavix" itself, not nested under a maker.
     QCoreApplication::setApplicationName(QStringLiteral("Tavix"));

@@ -1,5 +1,7 @@
 // Chart studies over a long chart: every study of the catalogue with its default settings on 100,000
 // one-minute candles, all at once through one StudyCatalog::run call, and each kind on its own.
+// The heap is set up as Tavix sets it up at start, unless TAVIX_BENCH_DEFAULT_HEAP is set.
+#include "analytics/SeriesMemory.h"
 #include "analytics/StudyCatalog.h"
 
 #include <benchmark/benchmark.h>
@@ -112,6 +114,7 @@ void OneKind(benchmark::State& state, const tavix::StudyKind* kind) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("TAVIX_BENCH_DEFAULT_HEAP")) tavix::keepFreedSeriesMemory();
     benchmark::RegisterBenchmark("WholeCatalogue", WholeCatalogue)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("CandlesToColumns", CandlesToColumns)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("CandlesToColumnsViaText", CandlesToColumnsViaText)

@@ -40,16 +40,18 @@ void bollingerBands(const StudyBars& bars, StudyRun& run) {
 // (Wilder-smoothed) average true range away.
 void keltnerChannels(const StudyBars& bars, StudyRun& run) {
     const double factor = run.number(u"factor");
-    addBands(run, average::of(run.averageType(), bars.close, run.whole(u"length")),
-             average::wilders(trueRange(bars), run.whole(u"atrLength")), factor, factor);
+    const auto ranges = trueRange(bars);
+    const average::Job jobs[] = {{run.averageType(), bars.close, run.whole(u"length")},
+                                 {AverageType::wilders, ranges, run.whole(u"atrLength")}};
+    auto averages = average::each(jobs);
+    addBands(run, std::move(averages[0]), averages[1], factor, factor);
 }
 
 // Donchian: the highest high and lowest low of the last `length` bars, this one included, and the
 // halfway line.
 void donchianChannels(const StudyBars& bars, StudyRun& run) {
     const int length = run.whole(u"length");
-    auto upper = rolling::highest(bars.high, length);
-    auto lower = rolling::lowest(bars.low, length);
+    auto [upper, lower] = rolling::range(bars.high, bars.low, length);
     std::vector<double> middle(upper.size());
     for (std::size_t i = 0; i < middle.size(); ++i) middle[i] = (upper[i] + lower[i]) / 2;
     run.outputs.clear();

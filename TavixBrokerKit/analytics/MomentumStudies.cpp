@@ -54,8 +54,10 @@ std::vector<double> relativeStrength(std::span<const double> values, int length,
         gains[i] = std::max(change, 0.0);
         losses[i] = std::max(-change, 0.0);
     }
-    const auto gain = average::of(type, gains, length);
-    const auto loss = average::of(type, losses, length);
+    const average::Job jobs[] = {{type, gains, length}, {type, losses, length}};
+    const auto averages = average::each(jobs);
+    const auto& gain = averages[0];
+    const auto& loss = averages[1];
     std::vector<double> rsi(n, noValue);
     for (std::size_t i = 0; i < n; ++i) {
         if (std::isnan(gain[i]) || std::isnan(loss[i])) continue;
@@ -84,8 +86,7 @@ void computeStochastic(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const int length = run.whole(u"kLength");
     // The place is worked out over the highest column, which is not needed after.
-    auto fast = rolling::highest(bars.high, length);
-    const auto lowest = rolling::lowest(bars.low, length);
+    auto [fast, lowest] = rolling::range(bars.high, bars.low, length);
     for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(bars.close[i], lowest[i], fast[i]);
 
     run.outputs = smoothedPlace(fast, run);
@@ -97,8 +98,7 @@ void computeStochasticRsi(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const auto rsi = relativeStrength(bars.close, run.whole(u"rsiLength"), AverageType::wilders);
     const int length = run.whole(u"stochLength");
-    auto fast = rolling::highest(rsi, length);
-    const auto lowest = rolling::lowest(rsi, length);
+    auto [fast, lowest] = rolling::range(rsi, rsi, length);
     for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(rsi[i], lowest[i], fast[i]);
 
     run.outputs = smoothedPlace(fast, run);
@@ -130,8 +130,7 @@ void computeCci(const StudyBars& bars, StudyRun& run) {
 void computeWilliamsR(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const int length = run.whole(u"length");
-    auto percent = rolling::highest(bars.high, length);
-    const auto lowest = rolling::lowest(bars.low, length);
+    auto [percent, lowest] = rolling::range(bars.high, bars.low, length);
     for (std::size_t i = 0; i < n; ++i) percent[i] = placeIn(bars.close[i], lowest[i], percent[i]) - 100;
     setOutputs(run, numberOutput(QStringLiteral("williamsR"), std::move(percent)));
 }

@@ -1,7 +1,11 @@
 #include "analytics/MovingAverage.h"
 
+#include "analytics/StudyParts.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -37,21 +41,81 @@ double windowSum(std::span<const double> values, std::size_t last, std::size_t l
     return sum;
 }
 
+// Exponential smoothing of up to four columns in one pass, each seeded with the simple average of
+// its first `length` real values. The steps are taken in turn bar by bar, so that one column's step
+// runs while another's waits on the one before.
+struct Smoother {
+    std::span<const double> values;
+    std::size_t length;
+    double alpha;
+    std::vector<double>* out;
+};
+
+template <std::size_t Count>
+void smoothSideBySide(const Smoother* smoothers) {
+    // The state lives in locals: kept in the structs, every store to a column could (for all the
+    // compiler knows) change an average, which would put a memory round trip into each step.
+    std::array<const double*, Count> values{};
+    std::array<double*, Count> out{};
+    std::array<std::size_t, Count> first{};
+    std::array<std::size_t, Count> size{};
+    std::array<double, Count> alpha{};
+    std::array<double, Count> average{};
+    std::size_t start = std::numeric_limits<std::size_t>::max();
+    std::size_t end = 0;
+    for (std::size_t k = 0; k < Count; ++k) {
+        const Smoother& s = smoothers[k];
+        s.out->assign(s.values.size(), noValue);
+        values[k] = s.values.data();
+        out[k] = s.out->data();
+        size[k] = s.values.size();
+        first[k] = firstFull(s.values, s.length);
+        alpha[k] = s.alpha;
+        if (first[k] < size[k]) {
+            average[k] = windowSum(s.values, first[k], s.length) / static_cast<double>(s.length);
+            out[k][first[k]] = average[k];
+        }
+        start = std::min(start, first[k] + 1);
+        end = std::max(end, size[k]);
+    }
+    for (std::size_t i = start; i < end; ++i) {
+        for (std::size_t k = 0; k < Count; ++k) {
+            if (i > first[k] && i < size[k]) {
+                average[k] += alpha[k] * (values[k][i] - average[k]);
+                out[k][i] = average[k];
+            }
+        }
+    }
+}
+
 // Exponential smoothing with weight `alpha` for the newest value, seeded with the simple average
 // of the first `length` real values.
 std::vector<double> smoothed(std::span<const double> values, int length, double alpha) {
     requireLength(length);
-    const auto n = static_cast<std::size_t>(length);
-    std::vector<double> out(values.size(), noValue);
-    const std::size_t first = firstFull(values, n);
-    if (first >= values.size()) return out;
-    double average = windowSum(values, first, n) / length;
-    out[first] = average;
-    for (std::size_t i = first + 1; i < values.size(); ++i) {
-        average += alpha * (values[i] - average);
-        out[i] = average;
-    }
+    std::vector<double> out;
+    Smoother smoother{values, static_cast<std::size_t>(length), alpha, &out};
+    smoothSideBySide<1>(&smoother);
     return out;
+}
+
+void smoothAll(std::vector<Smoother>& smoothers) {
+    for (std::size_t done = 0; done < smoothers.size();) {
+        const std::size_t left = smoothers.size() - done;
+        Smoother* batch = smoothers.data() + done;
+        if (left >= 4) {
+            smoothSideBySide<4>(batch);
+            done += 4;
+        } else if (left == 3) {
+            smoothSideBySide<3>(batch);
+            done += 3;
+        } else if (left == 2) {
+            smoothSideBySide<2>(batch);
+            done += 2;
+        } else {
+            smoothSideBySide<1>(batch);
+            done += 1;
+        }
+    }
 }
 
 }  // namespace
@@ -63,8 +127,9 @@ std::vector<double> simple(std::span<const double> values, int length) {
     const std::size_t first = firstFull(values, n);
     if (first >= values.size()) return out;
     double sum = 0;
+    Refresh refresh(n);
     for (std::size_t i = first; i < values.size(); ++i) {
-        if ((i - first) % n == 0) {
+        if (refresh.due()) {
             sum = windowSum(values, i, n);
         } else {
             sum += values[i] - values[i - n];
@@ -93,8 +158,9 @@ std::vector<double> weighted(std::span<const double> values, int length) {
     const double divisor = static_cast<double>(n) * static_cast<double>(n + 1) / 2;
     double sum = 0;
     double weightedSum = 0;
+    Refresh refresh(n);
     for (std::size_t i = first; i < values.size(); ++i) {
-        if ((i - first) % n == 0) {
+        if (refresh.due()) {
             sum = 0;
             weightedSum = 0;
             for (std::size_t j = 0; j < n; ++j) {
@@ -138,6 +204,24 @@ std::vector<double> of(AverageType type, std::span<const double> values, int len
     throw std::invalid_argument("not an average type");
 }
 
+std::vector<std::vector<double>> each(std::span<const Job> jobs) {
+    std::vector<std::vector<double>> results(jobs.size());
+    std::vector<Smoother> smoothers;
+    for (std::size_t j = 0; j < jobs.size(); ++j) {
+        const Job& job = jobs[j];
+        if (job.type == AverageType::exponential || job.type == AverageType::wilders) {
+            requireLength(job.length);
+            const double alpha =
+                job.type == AverageType::wilders ? 1.0 / job.length : 2.0 / (job.length + 1);
+            smoothers.push_back({job.values, static_cast<std::size_t>(job.length), alpha, &results[j]});
+        } else {
+            results[j] = of(job.type, job.values, job.length);
+        }
+    }
+    smoothAll(smoothers);
+    return results;
+}
+
 std::vector<double> deviation(std::span<const double> values, int length) {
     requireLength(length);
     const auto n = static_cast<std::size_t>(length);
@@ -154,12 +238,14 @@ std::vector<double> deviation(std::span<const double> values, int length) {
     std::size_t repeated = 1;
     for (std::size_t j = first + 1 - n; j < first; ++j)
         repeated = values[j + 1] == values[j] ? repeated + 1 : 1;
+    Refresh refresh(n);
     for (std::size_t i = first; i < values.size(); ++i) {
         if (i > first) repeated = values[i] == values[i - 1] ? repeated + 1 : 1;
+        const bool fresh = refresh.due();
         if (repeated >= n) {
             mean = values[i];
             squares = 0;
-        } else if ((i - first) % n == 0) {
+        } else if (fresh) {
             mean = windowSum(values, i, n) / length;
             squares = 0;
             for (std::size_t j = i + 1 - n; j <= i; ++j) squares += (values[j] - mean) * (values[j] - mean);

@@ -24,6 +24,18 @@ std::vector<double> hull(std::span<const double> values, int length);
 
 std::vector<double> of(AverageType type, std::span<const double> values, int length);
 
+// One column to average, for `each`.
+struct Job {
+    AverageType type;
+    std::span<const double> values;
+    int length;
+};
+
+// Several columns averaged in one call, with the same results as `of` one at a time. Exponential
+// and Wilder's smoothing wait on their own previous step, so running up to four of them side by
+// side lets the processor overlap the steps.
+std::vector<std::vector<double>> each(std::span<const Job> jobs);
+
 // Population standard deviation over the last `length` values (as Bollinger used it).
 std::vector<double> deviation(std::span<const double> values, int length);
 

@@ -1,6 +1,7 @@
 #include "analytics/MovingAverage.h"
 #include "analytics/PriceSource.h"
 #include "analytics/StudyCatalog.h"
+#include "analytics/StudyParts.h"
 
 #include <span>
 #include <vector>
@@ -38,8 +39,9 @@ void computeVolumeWeighted(const StudyBars& bars, StudyRun& run) {
     StudySeries series = StudySeries::numberSeries(run.kind->values.front(), size);
     double traded = 0;  // price times volume over the window
     double volume = 0;
+    Refresh refresh(length);
     for (std::size_t i = 0; i < size; ++i) {
-        if (i % length == 0) {
+        if (refresh.due()) {
             // Sum the window afresh now and then, so running-sum rounding cannot pile up.
             traded = 0;
             volume = 0;

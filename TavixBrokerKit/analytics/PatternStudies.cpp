@@ -22,54 +22,66 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <optional>
+#include <cstdint>
 #include <utility>
 
 namespace tavix {
 
 namespace {
 
-using Seen = std::optional<PatternBias>;
+// What a test says of a bar: 0 when the pattern is not there, else 1 + its bias. A number rather
+// than an optional, and tests written with & rather than &&: on real prices every condition is a
+// coin toss, so a branch per condition mispredicts bar after bar, while a scan with no branch on
+// the prices runs several bars at a time.
+using Seen = std::uint8_t;
+
+constexpr Seen seenAs(bool found, PatternBias bias) {
+    return static_cast<Seen>(static_cast<Seen>(found) * (1 + static_cast<Seen>(bias)));
+}
 
 // The bars as shapes, with a rounding allowance so that a threshold met exactly in the candles'
 // decimals is met in doubles too.
 class Shapes {
 public:
-    explicit Shapes(const StudyBars& bars) : b_(bars) {}
+    explicit Shapes(const StudyBars& bars)
+        : open_(bars.open.data()), high_(bars.high.data()), low_(bars.low.data()), close_(bars.close.data()) {}
 
-    double open(std::size_t i) const { return b_.open[i]; }
-    double high(std::size_t i) const { return b_.high[i]; }
-    double low(std::size_t i) const { return b_.low[i]; }
-    double close(std::size_t i) const { return b_.close[i]; }
+    double open(std::size_t i) const { return open_[i]; }
+    double high(std::size_t i) const { return high_[i]; }
+    double low(std::size_t i) const { return low_[i]; }
+    double close(std::size_t i) const { return close_[i]; }
 
-    double range(std::size_t i) const { return b_.high[i] - b_.low[i]; }
-    double body(std::size_t i) const { return std::abs(b_.close[i] - b_.open[i]); }
-    double bodyTop(std::size_t i) const { return std::max(b_.open[i], b_.close[i]); }
-    double bodyBottom(std::size_t i) const { return std::min(b_.open[i], b_.close[i]); }
-    double upperShadow(std::size_t i) const { return b_.high[i] - bodyTop(i); }
-    double lowerShadow(std::size_t i) const { return bodyBottom(i) - b_.low[i]; }
+    double range(std::size_t i) const { return high_[i] - low_[i]; }
+    double body(std::size_t i) const { return std::abs(close_[i] - open_[i]); }
+    double bodyTop(std::size_t i) const { return std::max(open_[i], close_[i]); }
+    double bodyBottom(std::size_t i) const { return std::min(open_[i], close_[i]); }
+    double upperShadow(std::size_t i) const { return high_[i] - bodyTop(i); }
+    double lowerShadow(std::size_t i) const { return bodyBottom(i) - low_[i]; }
 
-    bool traded(std::size_t i) const { return b_.high[i] > b_.low[i]; }
-    bool white(std::size_t i) const { return traded(i) && b_.close[i] > b_.open[i]; }
-    bool black(std::size_t i) const { return traded(i) && b_.close[i] < b_.open[i]; }
+    bool traded(std::size_t i) const { return high_[i] > low_[i]; }
+    bool white(std::size_t i) const { return traded(i) & (close_[i] > open_[i]); }
+    bool black(std::size_t i) const { return traded(i) & (close_[i] < open_[i]); }
 
     // `part <= whole` and `part > whole` for lengths worked out from bar i's prices: differences of
     // decimals carry an error of a few units in the last place of the price, far below any tick.
     bool atMost(double part, double whole, std::size_t i) const { return part <= whole + slack(i); }
     bool moreThan(double part, double whole, std::size_t i) const { return part > whole + slack(i); }
 
-    // The trend into a pattern whose first bar is `first`; the scan starts late enough for both bars.
+    // The trend into a pattern whose first bar is `first`; scans start late enough for both bars.
     bool declineBefore(std::size_t first, std::size_t length) const {
-        return first > length && b_.close[first - 1] < b_.close[first - 1 - length];
+        return close_[first - 1] < close_[first - 1 - length];
     }
     bool advanceBefore(std::size_t first, std::size_t length) const {
-        return first > length && b_.close[first - 1] > b_.close[first - 1 - length];
+        return close_[first - 1] > close_[first - 1 - length];
     }
 
 private:
-    double slack(std::size_t i) const { return 1e-9 * std::abs(b_.close[i]); }
+    double slack(std::size_t i) const { return 1e-9 * std::abs(close_[i]); }
 
-    const StudyBars& b_;
+    const double* open_;
+    const double* high_;
+    const double* low_;
+    const double* close_;
 };
 
 // Fills the run's "found" and "bias" series: `seen(shapes, i)` tells whether the pattern completes on
@@ -80,11 +92,13 @@ void mark(const StudyBars& bars, StudyRun& run, std::size_t first, Test seen) {
     StudySeries found = StudySeries::flagSeries(QStringLiteral("found"), n);
     StudySeries bias = StudySeries::biasSeries(QStringLiteral("bias"), n);
     const Shapes shapes(bars);
+    std::uint8_t* flags = found.flags.data();
+    PatternBias* biases = bias.biases.data();
     for (std::size_t i = first; i < n; ++i) {
-        const Seen lean = seen(shapes, i);
-        if (!lean) continue;
-        found.flags[i] = 1;
-        bias.biases[i] = *lean;
+        const Seen code = seen(shapes, i);
+        const bool there = code != 0;
+        flags[i] = there;
+        biases[i] = static_cast<PatternBias>(code - there);
     }
     run.outputs.clear();
     run.outputs.push_back(std::move(found));
@@ -111,9 +125,8 @@ std::size_t firstBarAfterTrend(std::size_t span, std::size_t trend) {
 // range. Bulkowski's guideline for "nearly" is a tenth of the range, the default here.
 void doji(const StudyBars& bars, StudyRun& run) {
     const double most = fraction(run, u"bodyPercent");
-    mark(bars, run, firstBar(1), [most](const Shapes& s, std::size_t i) -> Seen {
-        if (s.atMost(s.body(i), most * s.range(i), i)) return PatternBias::neutral;
-        return std::nullopt;
+    mark(bars, run, firstBar(1), [most](const Shapes& s, std::size_t i) {
+        return seenAs(s.atMost(s.body(i), most * s.range(i), i), PatternBias::neutral);
     });
 }
 
@@ -121,14 +134,14 @@ void doji(const StudyBars& bars, StudyRun& run) {
 // shadow at least twice the body (`shadowRatio`); no or a very short upper shadow (`shadowPercent`
 // of the range). After a decline it is a hammer, after an advance a hanging man.
 bool hammerShape(const Shapes& s, std::size_t i, double ratio, double shortest) {
-    return s.body(i) > 0 && s.atMost(ratio * s.body(i), s.lowerShadow(i), i) &&
+    return (s.body(i) > 0) & s.atMost(ratio * s.body(i), s.lowerShadow(i), i) &
            s.atMost(s.upperShadow(i), shortest * s.range(i), i);
 }
 
 // Inverted hammer and shooting star (Nison ch. 4): the hammer upside down - a long upper shadow and
 // little or no lower one. After a decline an inverted hammer, after an advance a shooting star.
 bool invertedShape(const Shapes& s, std::size_t i, double ratio, double shortest) {
-    return s.body(i) > 0 && s.atMost(ratio * s.body(i), s.upperShadow(i), i) &&
+    return (s.body(i) > 0) & s.atMost(ratio * s.body(i), s.upperShadow(i), i) &
            s.atMost(s.lowerShadow(i), shortest * s.range(i), i);
 }
 
@@ -137,11 +150,11 @@ void oneBarReversal(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double ratio = run.number(u"shadowRatio");
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBarAfterTrend(1, trend), [=](const Shapes& s, std::size_t i) -> Seen {
-        if (!shape(s, i, ratio, shortest)) return std::nullopt;
+    mark(bars, run, firstBarAfterTrend(1, trend), [=](const Shapes& s, std::size_t i) {
         if constexpr (afterDecline)
-            return s.declineBefore(i, trend) ? Seen(PatternBias::bullish) : std::nullopt;
-        return s.advanceBefore(i, trend) ? Seen(PatternBias::bearish) : std::nullopt;
+            return seenAs(shape(s, i, ratio, shortest) & s.declineBefore(i, trend), PatternBias::bullish);
+        else
+            return seenAs(shape(s, i, ratio, shortest) & s.advanceBefore(i, trend), PatternBias::bearish);
     });
 }
 
@@ -150,23 +163,21 @@ void oneBarReversal(const StudyBars& bars, StudyRun& run) {
 // match, not both.
 void bullishEngulfing(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        const bool wraps = s.open(i) <= s.close(f) && s.close(i) >= s.open(f) &&
-                           (s.open(i) < s.close(f) || s.close(i) > s.open(f));
-        if (s.black(f) && s.white(i) && wraps && s.declineBefore(f, trend)) return PatternBias::bullish;
-        return std::nullopt;
+        const bool wraps = (s.open(i) <= s.close(f)) & (s.close(i) >= s.open(f)) &
+                           ((s.open(i) < s.close(f)) | (s.close(i) > s.open(f)));
+        return seenAs(s.black(f) & s.white(i) & wraps & s.declineBefore(f, trend), PatternBias::bullish);
     });
 }
 
 void bearishEngulfing(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        const bool wraps = s.open(i) >= s.close(f) && s.close(i) <= s.open(f) &&
-                           (s.open(i) > s.close(f) || s.close(i) < s.open(f));
-        if (s.white(f) && s.black(i) && wraps && s.advanceBefore(f, trend)) return PatternBias::bearish;
-        return std::nullopt;
+        const bool wraps = (s.open(i) >= s.close(f)) & (s.close(i) <= s.open(f)) &
+                           ((s.open(i) > s.close(f)) | (s.close(i) < s.open(f)));
+        return seenAs(s.white(f) & s.black(i) & wraps & s.advanceBefore(f, trend), PatternBias::bearish);
     });
 }
 
@@ -176,28 +187,24 @@ void bearishEngulfing(const StudyBars& bars, StudyRun& run) {
 void bullishHarami(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double most = fraction(run, u"bodyPercent");
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend, most](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend, most](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        const bool inside = s.open(i) >= s.close(f) && s.close(i) <= s.open(f);
-        if (s.black(f) && s.white(i) && inside && s.atMost(s.body(i), most * s.body(f), i) &&
-            s.declineBefore(f, trend)) {
-            return PatternBias::bullish;
-        }
-        return std::nullopt;
+        const bool inside = (s.open(i) >= s.close(f)) & (s.close(i) <= s.open(f));
+        return seenAs(s.black(f) & s.white(i) & inside & s.atMost(s.body(i), most * s.body(f), i) &
+                          s.declineBefore(f, trend),
+                      PatternBias::bullish);
     });
 }
 
 void bearishHarami(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double most = fraction(run, u"bodyPercent");
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend, most](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend, most](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        const bool inside = s.open(i) <= s.close(f) && s.close(i) >= s.open(f);
-        if (s.white(f) && s.black(i) && inside && s.atMost(s.body(i), most * s.body(f), i) &&
-            s.advanceBefore(f, trend)) {
-            return PatternBias::bearish;
-        }
-        return std::nullopt;
+        const bool inside = (s.open(i) <= s.close(f)) & (s.close(i) >= s.open(f));
+        return seenAs(s.white(f) & s.black(i) & inside & s.atMost(s.body(i), most * s.body(f), i) &
+                          s.advanceBefore(f, trend),
+                      PatternBias::bearish);
     });
 }
 
@@ -207,13 +214,11 @@ void bearishHarami(const StudyBars& bars, StudyRun& run) {
 void piercingLine(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double into = fraction(run, u"penetrationPercent");
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        if (s.black(f) && s.white(i) && s.open(i) < s.low(f) && s.close(i) < s.open(f) &&
-            s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) && s.declineBefore(f, trend)) {
-            return PatternBias::bullish;
-        }
-        return std::nullopt;
+        return seenAs(s.black(f) & s.white(i) & (s.open(i) < s.low(f)) & (s.close(i) < s.open(f)) &
+                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) & s.declineBefore(f, trend),
+                      PatternBias::bullish);
     });
 }
 
@@ -223,13 +228,11 @@ void piercingLine(const StudyBars& bars, StudyRun& run) {
 void darkCloudCover(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double into = fraction(run, u"penetrationPercent");
-    mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
-        if (s.white(f) && s.black(i) && s.open(i) > s.high(f) && s.close(i) > s.open(f) &&
-            s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) && s.advanceBefore(f, trend)) {
-            return PatternBias::bearish;
-        }
-        return std::nullopt;
+        return seenAs(s.white(f) & s.black(i) & (s.open(i) > s.high(f)) & (s.close(i) > s.open(f)) &
+                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) & s.advanceBefore(f, trend),
+                      PatternBias::bearish);
     });
 }
 
@@ -240,15 +243,13 @@ void morningStar(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double star = fraction(run, u"starPercent");
     const double into = fraction(run, u"penetrationPercent");
-    mark(bars, run, firstBarAfterTrend(3, trend), [=](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(3, trend), [=](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 2;
         const std::size_t m = i - 1;
-        if (s.black(f) && s.traded(m) && s.white(i) && s.bodyTop(m) < s.close(f) &&
-            s.atMost(s.body(m), star * s.body(f), m) &&
-            s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) && s.declineBefore(f, trend)) {
-            return PatternBias::bullish;
-        }
-        return std::nullopt;
+        return seenAs(s.black(f) & s.traded(m) & s.white(i) & (s.bodyTop(m) < s.close(f)) &
+                          s.atMost(s.body(m), star * s.body(f), m) &
+                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) & s.declineBefore(f, trend),
+                      PatternBias::bullish);
     });
 }
 
@@ -258,15 +259,13 @@ void eveningStar(const StudyBars& bars, StudyRun& run) {
     const std::size_t trend = trendLength(run);
     const double star = fraction(run, u"starPercent");
     const double into = fraction(run, u"penetrationPercent");
-    mark(bars, run, firstBarAfterTrend(3, trend), [=](const Shapes& s, std::size_t i) -> Seen {
+    mark(bars, run, firstBarAfterTrend(3, trend), [=](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 2;
         const std::size_t m = i - 1;
-        if (s.white(f) && s.traded(m) && s.black(i) && s.bodyBottom(m) > s.close(f) &&
-            s.atMost(s.body(m), star * s.body(f), m) &&
-            s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) && s.advanceBefore(f, trend)) {
-            return PatternBias::bearish;
-        }
-        return std::nullopt;
+        return seenAs(s.white(f) & s.traded(m) & s.black(i) & (s.bodyBottom(m) > s.close(f)) &
+                          s.atMost(s.body(m), star * s.body(f), m) &
+                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) & s.advanceBefore(f, trend),
+                      PatternBias::bearish);
     });
 }
 
@@ -275,14 +274,15 @@ void eveningStar(const StudyBars& bars, StudyRun& run) {
 // range (Bulkowski: "each closing near the high").
 void threeWhiteSoldiers(const StudyBars& bars, StudyRun& run) {
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) -> Seen {
-        for (std::size_t k = i - 2; k <= i; ++k) {
-            if (!s.white(k) || !s.atMost(s.upperShadow(k), shortest * s.range(k), k)) return std::nullopt;
-            if (k == i - 2) continue;
-            const bool opensInside = s.open(k) >= s.open(k - 1) && s.open(k) <= s.close(k - 1);
-            if (!opensInside || s.close(k) <= s.close(k - 1)) return std::nullopt;
-        }
-        return PatternBias::bullish;
+    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) {
+        const auto soldier = [&](std::size_t k) {
+            return s.white(k) & s.atMost(s.upperShadow(k), shortest * s.range(k), k);
+        };
+        const auto advances = [&](std::size_t k) {
+            return (s.open(k) >= s.open(k - 1)) & (s.open(k) <= s.close(k - 1)) & (s.close(k) > s.close(k - 1));
+        };
+        return seenAs(soldier(i - 2) & soldier(i - 1) & soldier(i) & advances(i - 1) & advances(i),
+                      PatternBias::bullish);
     });
 }
 
@@ -290,14 +290,14 @@ void threeWhiteSoldiers(const StudyBars& bars, StudyRun& run) {
 // before it, each closing at or near its low.
 void threeBlackCrows(const StudyBars& bars, StudyRun& run) {
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) -> Seen {
-        for (std::size_t k = i - 2; k <= i; ++k) {
-            if (!s.black(k) || !s.atMost(s.lowerShadow(k), shortest * s.range(k), k)) return std::nullopt;
-            if (k == i - 2) continue;
-            const bool opensInside = s.open(k) <= s.open(k - 1) && s.open(k) >= s.close(k - 1);
-            if (!opensInside || s.close(k) >= s.close(k - 1)) return std::nullopt;
-        }
-        return PatternBias::bearish;
+    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) {
+        const auto crow = [&](std::size_t k) {
+            return s.black(k) & s.atMost(s.lowerShadow(k), shortest * s.range(k), k);
+        };
+        const auto declines = [&](std::size_t k) {
+            return (s.open(k) <= s.open(k - 1)) & (s.open(k) >= s.close(k - 1)) & (s.close(k) < s.close(k - 1));
+        };
+        return seenAs(crow(i - 2) & crow(i - 1) & crow(i) & declines(i - 1) & declines(i), PatternBias::bearish);
     });
 }
 
@@ -305,14 +305,11 @@ void threeBlackCrows(const StudyBars& bars, StudyRun& run) {
 // of the range. A white one leans bullish, a black one bearish.
 void marubozu(const StudyBars& bars, StudyRun& run) {
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBar(1), [shortest](const Shapes& s, std::size_t i) -> Seen {
-        if (!s.atMost(s.upperShadow(i), shortest * s.range(i), i) ||
-            !s.atMost(s.lowerShadow(i), shortest * s.range(i), i)) {
-            return std::nullopt;
-        }
-        if (s.white(i)) return PatternBias::bullish;
-        if (s.black(i)) return PatternBias::bearish;
-        return std::nullopt;
+    mark(bars, run, firstBar(1), [shortest](const Shapes& s, std::size_t i) {
+        const bool bare = s.atMost(s.upperShadow(i), shortest * s.range(i), i) &
+                          s.atMost(s.lowerShadow(i), shortest * s.range(i), i);
+        return static_cast<Seen>(seenAs(bare & s.white(i), PatternBias::bullish) |
+                                 seenAs(bare & s.black(i), PatternBias::bearish));
     });
 }
 

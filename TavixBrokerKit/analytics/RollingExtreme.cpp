@@ -3,9 +3,12 @@
 #include "analytics/Study.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace tavix::rolling {
 
@@ -41,33 +44,78 @@ void queued(std::span<const double> values, std::size_t window, Beats beats, std
 }
 
 // van Herk and Gil-Werman: cut the column into blocks of `window` values; a window then covers the
-// tail of one block and the head of the next, so its extreme is the better of a suffix extreme and a
-// prefix extreme. Three comparisons a value and no branch on the data, against the queue's
-// unpredictable pops.
-template <class Beats>
-void blocked(std::span<const double> values, std::size_t window, Beats beats, double* out) {
-    const std::size_t n = values.size();
-    const auto suffix = std::make_unique_for_overwrite<double[]>(n);
-    for (std::size_t start = 0; start < n; start += window) {
-        const std::size_t end = std::min(start + window, n);
-        double best = values[end - 1];
-        suffix[end - 1] = best;
-        for (std::size_t j = end - 1; j-- > start;) {
-            best = keep(values[j], best, beats);
-            suffix[j] = best;
-        }
+// tail of one block and the head of the next, so its extreme is the better of a suffix extreme of the
+// one and a prefix extreme of the other. Three comparisons a value and no branch on the data, against
+// the queue's unpredictable pops. Only one block's suffixes are needed at a time, so the scratch is
+// one window long and stays in cache. Each lane is a column with its own comparison (`beats`, in the
+// same order); the lanes share the blocks and run side by side.
+struct Lane {
+    std::span<const double> values;
+    double* out;
+};
+
+template <std::size_t... K, class... Beats>
+void blocked(std::index_sequence<K...>, const std::array<Lane, sizeof...(Beats)>& lanes, std::size_t window,
+             Beats... beats) {
+    constexpr std::size_t count = sizeof...(Beats);
+    const std::size_t n = lanes[0].values.size();
+    // Plain pointers in locals, so that the compiler keeps them in registers across the stores.
+    const std::array<const double*, count> in{lanes[K].values.data()...};
+    const std::array<double*, count> out{lanes[K].out...};
+    if (window == 1) {
+        ((std::copy(in[K], in[K] + n, out[K])), ...);
+        return;
     }
-    // The first full window is the first block.
-    out[window - 1] = suffix[0];
-    for (std::size_t start = window; start < n; start += window) {
-        const std::size_t end = std::min(start + window, n);
-        double best = values[start];
-        out[start] = keep(suffix[start + 1 - window], best, beats);
-        for (std::size_t j = start + 1; j < end; ++j) {
-            best = keep(best, values[j], beats);
-            out[j] = keep(suffix[j + 1 - window], best, beats);
+    std::array<std::unique_ptr<double[]>, count> scratch;
+    for (auto& column : scratch) column = std::make_unique_for_overwrite<double[]>(window);
+    const std::array<double*, count> suffix{scratch[K].get()...};
+    std::array<double, count> best{};
+    for (std::size_t start = 0; start + window <= n; start += window) {
+        // Suffix extremes of the block [start, start + window), suffix[j - start] from j to its end.
+        const std::size_t last = window - 1;
+        ((best[K] = suffix[K][last] = in[K][start + last]), ...);
+        for (std::size_t j = last; j-- > 0;) {
+            ((best[K] = keep(in[K][start + j], best[K], beats), suffix[K][j] = best[K]), ...);
         }
+        // The first full window is the first block.
+        if (start == 0) ((out[K][last] = suffix[K][0]), ...);
+        // Windows ending in the next block reach back into this one from suffix[j - start - window + 1].
+        const std::size_t next = start + window;
+        const std::size_t end = std::min(next + window, n);
+        if (next >= n) break;
+        ((best[K] = in[K][next], out[K][next] = keep(suffix[K][1], best[K], beats)), ...);
+        // The block's last window is the block itself: its prefix extreme alone.
+        const std::size_t reachingBack = std::min(next + last, end);
+        for (std::size_t j = next + 1; j < reachingBack; ++j) {
+            const std::size_t back = j + 1 - next;
+            ((best[K] = keep(best[K], in[K][j], beats), out[K][j] = keep(suffix[K][back], best[K], beats)),
+             ...);
+        }
+        if (reachingBack < end) ((out[K][reachingBack] = keep(best[K], in[K][reachingBack], beats)), ...);
     }
+}
+
+template <class... Beats>
+void blocked(const std::array<Lane, sizeof...(Beats)>& lanes, std::size_t window, Beats... beats) {
+    blocked(std::index_sequence_for<Beats...>(), lanes, window, beats...);
+}
+
+// Where a column's real values begin: another study's warm-up may lead it.
+std::size_t firstReal(std::span<const double> values) {
+    return static_cast<std::size_t>(
+        std::find_if(values.begin(), values.end(), [](double v) { return !std::isnan(v); }) - values.begin());
+}
+
+// Whether the blocks can take the column from `first` on: at least one window of values, and no NaN
+// gap among them (a window then spans `length` bars but fewer values, which only the queue handles).
+bool blocksFit(std::span<const double> values, std::size_t first, std::size_t window) {
+    const auto rest = values.subspan(first);
+    if (rest.size() < window) return false;
+    // No early exit: a scan of the whole column that the compiler can run several values at a time
+    // beats stopping at a gap that real columns almost never have.
+    bool gap = false;
+    for (const double v : rest) gap |= std::isnan(v);
+    return !gap;
 }
 
 template <class Beats>
@@ -76,16 +124,12 @@ std::vector<double> extreme(std::span<const double> values, int length, Beats be
     std::vector<double> out(n, noValue);
     if (length < 1 || n == 0) return out;
     const auto window = static_cast<std::size_t>(length);
-
-    // Another study's warm-up may lead the column; the windows fill from its first real value.
-    const auto first = static_cast<std::size_t>(
-        std::find_if(values.begin(), values.end(), [](double v) { return !std::isnan(v); }) - values.begin());
-    const auto rest = values.subspan(first);
-    if (rest.size() < window) return out;
-    if (std::any_of(rest.begin(), rest.end(), [](double v) { return std::isnan(v); })) {
-        queued(values, window, beats, out);
+    const std::size_t first = firstReal(values);
+    if (n - first < window) return out;
+    if (blocksFit(values, first, window)) {
+        blocked<Beats>({Lane{values.subspan(first), out.data() + first}}, window, beats);
     } else {
-        blocked(rest, window, beats, out.data() + first);
+        queued(values, window, beats, out);
     }
     return out;
 }
@@ -93,11 +137,24 @@ std::vector<double> extreme(std::span<const double> values, int length, Beats be
 }  // namespace
 
 std::vector<double> highest(std::span<const double> values, int length) {
-    return extreme(values, length, [](double earlier, double later) { return earlier > later; });
+    return extreme(values, length, std::greater<>());
 }
 
 std::vector<double> lowest(std::span<const double> values, int length) {
-    return extreme(values, length, [](double earlier, double later) { return earlier < later; });
+    return extreme(values, length, std::less<>());
+}
+
+Range range(std::span<const double> highs, std::span<const double> lows, int length) {
+    const std::size_t first = firstReal(highs);
+    const auto window = static_cast<std::size_t>(std::max(length, 1));
+    const bool together = length >= 1 && highs.size() == lows.size() && first == firstReal(lows) &&
+                          blocksFit(highs, first, window) && blocksFit(lows, first, window);
+    if (!together) return {highest(highs, length), lowest(lows, length)};
+    Range range{std::vector<double>(highs.size(), noValue), std::vector<double>(lows.size(), noValue)};
+    const Lane high{highs.subspan(first), range.highest.data() + first};
+    const Lane low{lows.subspan(first), range.lowest.data() + first};
+    blocked({high, low}, window, std::greater<>(), std::less<>());
+    return range;
 }
 
 }  // namespace tavix::rolling

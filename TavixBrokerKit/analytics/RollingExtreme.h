@@ -11,4 +11,14 @@ namespace tavix::rolling {
 std::vector<double> highest(std::span<const double> values, int length);
 std::vector<double> lowest(std::span<const double> values, int length);
 
+struct Range {
+    std::vector<double> highest;
+    std::vector<double> lowest;
+};
+
+// The highest of `highs` and the lowest of `lows` over the same windows, as `highest` and `lowest`
+// give them, worked out side by side: each pass carries a running extreme from value to value, and
+// two such chains in one loop take barely longer than one.
+Range range(std::span<const double> highs, std::span<const double> lows, int length);
+
 }  // namespace tavix::rolling

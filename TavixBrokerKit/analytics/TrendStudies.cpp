@@ -31,8 +31,11 @@ void setOutputs(StudyRun& run, Series&&... series) {
 void computeMacd(const StudyBars& bars, StudyRun& run) {
     const std::size_t n = bars.size();
     const AverageType type = run.averageType();
-    const auto fast = average::of(type, bars.close, run.whole(u"fastLength"));
-    const auto slow = average::of(type, bars.close, run.whole(u"slowLength"));
+    const average::Job jobs[] = {{type, bars.close, run.whole(u"fastLength")},
+                                 {type, bars.close, run.whole(u"slowLength")}};
+    const auto averages = average::each(jobs);
+    const auto& fast = averages[0];
+    const auto& slow = averages[1];
 
     auto macd = StudySeries::numberSeries(QStringLiteral("macd"), n);
     for (std::size_t i = 0; i < n; ++i) macd.numbers[i] = fast[i] - slow[i];  // NaN while either warms up
@@ -67,9 +70,13 @@ void computeAdx(const StudyBars& bars, StudyRun& run) {
         plusMove[i] = up > down && up > 0 ? up : 0;
         minusMove[i] = down > up && down > 0 ? down : 0;
     }
-    const auto range = average::wilders(trueRange, length);
-    const auto plus = average::wilders(plusMove, length);
-    const auto minus = average::wilders(minusMove, length);
+    const average::Job jobs[] = {{AverageType::wilders, trueRange, length},
+                                 {AverageType::wilders, plusMove, length},
+                                 {AverageType::wilders, minusMove, length}};
+    const auto smoothed = average::each(jobs);
+    const auto& range = smoothed[0];
+    const auto& plus = smoothed[1];
+    const auto& minus = smoothed[2];
 
     auto diPlus = StudySeries::numberSeries(QStringLiteral("diPlus"), n);
     auto diMinus = StudySeries::numberSeries(QStringLiteral("diMinus"), n);
@@ -141,10 +148,9 @@ void computeParabolicSar(const StudyBars& bars, StudyRun& run) {
 
 // The middle of the highest high and lowest low over `length` bars, as Hosoda's lines are drawn.
 std::vector<double> midpoint(const StudyBars& bars, int length) {
-    auto highest = rolling::highest(bars.high, length);
-    const auto lowest = rolling::lowest(bars.low, length);
+    auto [highest, lowest] = rolling::range(bars.high, bars.low, length);
     for (std::size_t i = 0; i < highest.size(); ++i) highest[i] = (highest[i] + lowest[i]) / 2;
-    return highest;
+    return std::move(highest);
 }
 
 // Hosoda's Ichimoku: the conversion and base lines; the two leading spans drawn `displacement` bars

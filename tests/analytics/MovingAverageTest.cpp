@@ -198,6 +198,36 @@ TEST(MovingAverage, LongSeriesMatchTheTextbook) {
     }
 }
 
+TEST(MovingAverage, SeveralAtOnceGiveExactlyWhatEachGivesAlone) {
+    // Columns smoothed side by side start at different bars (their own warm-ups and lengths), and
+    // one is too short to start at all; five jobs also spill past one batch of four.
+    auto led = walk(500, 100, 0.2);
+    std::fill(led.begin(), led.begin() + 40, nan);
+    const auto plain = walk(500, 50000, 100);
+    const std::vector<double> shortColumn = {nan, 1, 2};
+    const std::vector<average::Job> jobs = {
+        {AverageType::wilders, led, 14},      {AverageType::exponential, plain, 26},
+        {AverageType::exponential, plain, 3}, {AverageType::simple, led, 20},
+        {AverageType::wilders, shortColumn, 5}, {AverageType::exponential, led, 1},
+    };
+    const auto together = average::each(jobs);
+    ASSERT_EQ(together.size(), jobs.size());
+    for (std::size_t j = 0; j < jobs.size(); ++j) {
+        const auto alone = average::of(jobs[j].type, jobs[j].values, jobs[j].length);
+        ASSERT_EQ(alone.size(), together[j].size()) << "job " << j;
+        for (std::size_t i = 0; i < alone.size(); ++i) {
+            // Bit for bit: the same steps in the same order.
+            if (std::isnan(alone[i])) {
+                EXPECT_TRUE(std::isnan(together[j][i])) << "job " << j << ", bar " << i;
+            } else {
+                EXPECT_EQ(alone[i], together[j][i]) << "job " << j << ", bar " << i;
+            }
+        }
+    }
+    const average::Job refused[] = {{AverageType::wilders, plain, 0}};
+    EXPECT_THROW(average::each(refused), std::invalid_argument);
+}
+
 TEST(MovingAverage, QuietStretchHasNoDeviation) {
     // After a jump, a halted price has a deviation of zero (to far below a cent), not the
     // residue of the earlier swings.

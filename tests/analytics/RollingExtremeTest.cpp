@@ -39,18 +39,25 @@ std::vector<double> byHand(const std::vector<double>& values, int length, bool h
     return out;
 }
 
-void expectSame(const std::vector<double>& values, int length) {
-    for (const bool highest : {true, false}) {
-        const auto got = highest ? rolling::highest(values, length) : rolling::lowest(values, length);
-        const auto want = byHand(values, length, highest);
-        ASSERT_EQ(got.size(), want.size());
-        for (std::size_t i = 0; i < got.size(); ++i) {
-            ASSERT_EQ(std::isnan(got[i]), std::isnan(want[i])) << "bar " << i << " length " << length;
-            if (std::isnan(want[i])) continue;
-            ASSERT_EQ(got[i], want[i]) << "bar " << i << " length " << length;
-            ASSERT_EQ(std::signbit(got[i]), std::signbit(want[i])) << "bar " << i << " length " << length;
-        }
+void expectColumn(const std::vector<double>& got, const std::vector<double>& want, int length) {
+    ASSERT_EQ(got.size(), want.size());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        ASSERT_EQ(std::isnan(got[i]), std::isnan(want[i])) << "bar " << i << " length " << length;
+        if (std::isnan(want[i])) continue;
+        ASSERT_EQ(got[i], want[i]) << "bar " << i << " length " << length;
+        ASSERT_EQ(std::signbit(got[i]), std::signbit(want[i])) << "bar " << i << " length " << length;
     }
+}
+
+// Each extreme alone, and both side by side through `range` (the same column as highs and lows).
+void expectSame(const std::vector<double>& values, int length) {
+    const auto highest = byHand(values, length, true);
+    const auto lowest = byHand(values, length, false);
+    expectColumn(rolling::highest(values, length), highest, length);
+    expectColumn(rolling::lowest(values, length), lowest, length);
+    const auto both = rolling::range(values, values, length);
+    expectColumn(both.highest, highest, length);
+    expectColumn(both.lowest, lowest, length);
 }
 
 TEST(RollingExtreme, MatchesTheWindowWorkedOutByHand) {
@@ -75,6 +82,31 @@ TEST(RollingExtreme, MatchesTheWindowWorkedOutByHand) {
 
     expectSame({}, 3);
     expectSame({nan, nan}, 1);
+}
+
+TEST(RollingExtreme, RangeOfTwoColumnsMatchesEachAlone) {
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> step(-4, 4);
+    std::vector<double> highs, lows;
+    double at = 100;
+    for (int i = 0; i < 301; ++i) {
+        at += step(random);
+        highs.push_back(at + 2);
+        lows.push_back(at - (i % 3));
+    }
+    // Lows that start later than the highs, and lows with a gap, go the slower way; the answers
+    // must not change.
+    auto lateLows = lows;
+    for (std::size_t i = 0; i < 9; ++i) lateLows[i] = nan;
+    auto gappedLows = lows;
+    gappedLows[150] = nan;
+    for (const auto* lowColumn : {&lows, &lateLows, &gappedLows}) {
+        for (const int length : {1, 2, 3, 14, 52, 300, 301, 302}) {
+            const auto both = rolling::range(highs, *lowColumn, length);
+            expectColumn(both.highest, byHand(highs, length, true), length);
+            expectColumn(both.lowest, byHand(*lowColumn, length, false), length);
+        }
+    }
 }
 
 TEST(RollingExtreme, KeepsTheLatestOfEqualZeros) {
