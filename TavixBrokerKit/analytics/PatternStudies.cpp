@@ -274,41 +274,67 @@ void eveningStar(const StudyBars& bars, StudyRun& run) {
     });
 }
 
+// Fills "found" and "bias" for a pattern of three bars in a row, each passing `alone(shapes, k)` and
+// the second and third also `afterLast(shapes, k)` against the bar before. Each bar's tests run once
+// rather than once for every pattern it could belong to: their answers go into the bias column as
+// bits (alone, afterLast), and a walk from the end joins each bar with the two before it while
+// those are still unwritten.
+template <typename Alone, typename AfterLast>
+void markThreeInARow(const StudyBars& bars, StudyRun& run, PatternBias lean, Alone alone, AfterLast afterLast) {
+    const std::size_t n = bars.size();
+    StudySeries found = StudySeries::flagSeries(QStringLiteral("found"), n);
+    StudySeries bias = StudySeries::biasSeries(QStringLiteral("bias"), n);
+    const Shapes shapes(bars);
+    std::uint8_t* flags = found.flags.data();
+    PatternBias* bits = bias.biases.data();
+    constexpr std::uint8_t aloneBit = 1;
+    constexpr std::uint8_t bothBits = 3;
+    for (std::size_t k = 1; k < n; ++k) {
+        const auto both = static_cast<std::uint8_t>(alone(shapes, k) | (afterLast(shapes, k) << 1));
+        bits[k] = static_cast<PatternBias>(both);
+    }
+    if (n > 0) bits[0] = static_cast<PatternBias>(alone(shapes, 0) ? aloneBit : 0);
+    for (std::size_t i = n; i-- > 2;) {
+        const auto first = static_cast<std::uint8_t>(bits[i - 2]);
+        const auto second = static_cast<std::uint8_t>(bits[i - 1]);
+        const auto third = static_cast<std::uint8_t>(bits[i]);
+        const bool there = (first & aloneBit) & ((second & third & bothBits) == bothBits);
+        flags[i] = there;
+        bits[i] = there ? lean : PatternBias::neutral;
+    }
+    for (std::size_t i = 0; i < std::min<std::size_t>(n, 2); ++i) bits[i] = PatternBias::neutral;
+    run.outputs.clear();
+    run.outputs.push_back(std::move(found));
+    run.outputs.push_back(std::move(bias));
+}
+
 // Three white soldiers (Nison ch. 7): three white bars, each closing higher, each opening within the
 // body before it, each closing at or near its high - the upper shadow at most `shadowPercent` of the
 // range (Bulkowski: "each closing near the high").
-bool soldier(const Shapes& s, std::size_t k, double shortest) {
-    return s.white(k) & s.atMost(s.upperShadow(k), shortest * s.range(k), k);
-}
-bool marchesOn(const Shapes& s, std::size_t k) {
-    return (s.open(k) >= s.open(k - 1)) & (s.open(k) <= s.close(k - 1)) & (s.close(k) > s.close(k - 1));
-}
-
 void threeWhiteSoldiers(const StudyBars& bars, StudyRun& run) {
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) {
-        return seenAs(soldier(s, i - 2, shortest) & soldier(s, i - 1, shortest) & soldier(s, i, shortest) &
-                          marchesOn(s, i - 1) & marchesOn(s, i),
-                      PatternBias::bullish);
-    });
+    markThreeInARow(
+        bars, run, PatternBias::bullish,
+        [shortest](const Shapes& s, std::size_t k) {
+            return s.white(k) & s.atMost(s.upperShadow(k), shortest * s.range(k), k);
+        },
+        [](const Shapes& s, std::size_t k) {
+            return (s.open(k) >= s.open(k - 1)) & (s.open(k) <= s.close(k - 1)) & (s.close(k) > s.close(k - 1));
+        });
 }
 
 // Three black crows (Nison ch. 7): three black bars, each closing lower, each opening within the body
 // before it, each closing at or near its low.
-bool crow(const Shapes& s, std::size_t k, double shortest) {
-    return s.black(k) & s.atMost(s.lowerShadow(k), shortest * s.range(k), k);
-}
-bool fallsOn(const Shapes& s, std::size_t k) {
-    return (s.open(k) <= s.open(k - 1)) & (s.open(k) >= s.close(k - 1)) & (s.close(k) < s.close(k - 1));
-}
-
 void threeBlackCrows(const StudyBars& bars, StudyRun& run) {
     const double shortest = fraction(run, u"shadowPercent");
-    mark(bars, run, firstBar(3), [shortest](const Shapes& s, std::size_t i) {
-        return seenAs(crow(s, i - 2, shortest) & crow(s, i - 1, shortest) & crow(s, i, shortest) &
-                          fallsOn(s, i - 1) & fallsOn(s, i),
-                      PatternBias::bearish);
-    });
+    markThreeInARow(
+        bars, run, PatternBias::bearish,
+        [shortest](const Shapes& s, std::size_t k) {
+            return s.black(k) & s.atMost(s.lowerShadow(k), shortest * s.range(k), k);
+        },
+        [](const Shapes& s, std::size_t k) {
+            return (s.open(k) <= s.open(k - 1)) & (s.open(k) >= s.close(k - 1)) & (s.close(k) < s.close(k - 1));
+        });
 }
 
 // Marubozu (Nison ch. 3): a body with no shadow at either end - each shadow at most `shadowPercent`
