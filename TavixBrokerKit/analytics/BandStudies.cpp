@@ -20,10 +20,9 @@ void addBands(StudyRun& run, std::vector<double> middle, const std::vector<doubl
         upper[i] = middle[i] + above * width[i];
         lower[i] = middle[i] - below * width[i];
     }
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("upper"), std::move(upper)));
-    run.outputs.push_back(numberOutput(QStringLiteral("middle"), std::move(middle)));
-    run.outputs.push_back(numberOutput(QStringLiteral("lower"), std::move(lower)));
+    setOutputs(run, numberOutput(QStringLiteral("upper"), std::move(upper)),
+               numberOutput(QStringLiteral("middle"), std::move(middle)),
+               numberOutput(QStringLiteral("lower"), std::move(lower)));
 }
 
 // Bollinger: an average of the price with bands a number of population standard deviations of the
@@ -54,10 +53,9 @@ void donchianChannels(const StudyBars& bars, StudyRun& run) {
     auto [upper, lower] = rolling::range(bars.high, bars.low, length);
     std::vector<double> middle(upper.size());
     for (std::size_t i = 0; i < middle.size(); ++i) middle[i] = (upper[i] + lower[i]) / 2;
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("upper"), std::move(upper)));
-    run.outputs.push_back(numberOutput(QStringLiteral("middle"), std::move(middle)));
-    run.outputs.push_back(numberOutput(QStringLiteral("lower"), std::move(lower)));
+    setOutputs(run, numberOutput(QStringLiteral("upper"), std::move(upper)),
+               numberOutput(QStringLiteral("middle"), std::move(middle)),
+               numberOutput(QStringLiteral("lower"), std::move(lower)));
 }
 
 QStringList bandValues() {

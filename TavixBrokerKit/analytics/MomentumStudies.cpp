@@ -13,20 +13,6 @@ namespace tavix {
 
 namespace {
 
-constexpr int longestLength = 1000;
-
-std::size_t count(int length) {
-    return static_cast<std::size_t>(std::max(length, 0));
-}
-
-// Hands finished columns to the run without copying them (a braced list would copy).
-template <class... Series>
-void setOutputs(StudyRun& run, Series&&... series) {
-    run.outputs.clear();
-    run.outputs.reserve(sizeof...(Series));
-    (run.outputs.push_back(std::forward<Series>(series)), ...);
-}
-
 // Where `value` sits between `low` and `high`, from 0 to 100; a window with no range puts it midway.
 double placeIn(double value, double low, double high) {
     if (std::isnan(low) || std::isnan(high) || std::isnan(value)) return noValue;
@@ -34,13 +20,11 @@ double placeIn(double value, double low, double high) {
 }
 
 // %K as the simple average of a raw 0..100 place over kSmoothing bars, and %D as the same of %K.
-std::vector<StudySeries> smoothedPlace(std::span<const double> place, const StudyRun& run) {
+void setSmoothedPlace(StudyRun& run, std::span<const double> place) {
     auto k = average::simple(place, run.whole(u"kSmoothing"));
     auto d = average::simple(k, run.whole(u"dLength"));
-    std::vector<StudySeries> outputs;
-    outputs.push_back(numberOutput(QStringLiteral("k"), std::move(k)));
-    outputs.push_back(numberOutput(QStringLiteral("d"), std::move(d)));
-    return outputs;
+    setOutputs(run, numberOutput(QStringLiteral("k"), std::move(k)),
+               numberOutput(QStringLiteral("d"), std::move(d)));
 }
 
 // Wilder's RSI over any column: the average gain against the average loss from bar to bar, averaged
@@ -89,7 +73,7 @@ void computeStochastic(const StudyBars& bars, StudyRun& run) {
     auto [fast, lowest] = rolling::range(bars.high, bars.low, length);
     for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(bars.close[i], lowest[i], fast[i]);
 
-    run.outputs = smoothedPlace(fast, run);
+    setSmoothedPlace(run, fast);
 }
 
 // Chande and Kroll's stochastic RSI: RSI's place in its own range over stochLength bars, smoothed
@@ -101,7 +85,7 @@ void computeStochasticRsi(const StudyBars& bars, StudyRun& run) {
     auto [fast, lowest] = rolling::range(rsi, rsi, length);
     for (std::size_t i = 0; i < n; ++i) fast[i] = placeIn(rsi[i], lowest[i], fast[i]);
 
-    run.outputs = smoothedPlace(fast, run);
+    setSmoothedPlace(run, fast);
 }
 
 // Lambert's commodity channel index: the typical price's distance from its simple average, in units
@@ -170,8 +154,7 @@ std::vector<StudyKind> momentumStudies() {
         {QStringLiteral("rsi"),
          QStringLiteral("RSI"),
          StudyGroup::momentum,
-         {lengthSetting(14, 1, longestLength), averageTypeSetting(AverageType::wilders),
-          priceSourceSetting()},
+         {lengthSetting(14), averageTypeSetting(AverageType::wilders), priceSourceSetting()},
          {QStringLiteral("rsi")},
          &computeRsi},
         {QStringLiteral("stochastic"),
@@ -190,25 +173,25 @@ std::vector<StudyKind> momentumStudies() {
         {QStringLiteral("cci"),
          QStringLiteral("CCI"),
          StudyGroup::momentum,
-         {lengthSetting(20, 1, longestLength)},
+         {lengthSetting(20)},
          {QStringLiteral("cci")},
          &computeCci},
         {QStringLiteral("williamsR"),
          QStringLiteral("Williams %R"),
          StudyGroup::momentum,
-         {lengthSetting(14, 1, longestLength)},
+         {lengthSetting(14)},
          {QStringLiteral("williamsR")},
          &computeWilliamsR},
         {QStringLiteral("rateOfChange"),
          QStringLiteral("Rate of Change"),
          StudyGroup::momentum,
-         {lengthSetting(12, 1, longestLength)},
+         {lengthSetting(12)},
          {QStringLiteral("roc")},
          &computeRateOfChange},
         {QStringLiteral("momentum"),
          QStringLiteral("Momentum"),
          StudyGroup::momentum,
-         {lengthSetting(10, 1, longestLength)},
+         {lengthSetting(10)},
          {QStringLiteral("momentum")},
          &computeMomentum},
     };

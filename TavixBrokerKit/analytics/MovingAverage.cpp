@@ -19,13 +19,6 @@ void requireLength(int length) {
                                     std::to_string(length));
 }
 
-// Where the real values begin: a column fed from another study starts with that study's warm-up.
-std::size_t firstReal(std::span<const double> values) {
-    std::size_t i = 0;
-    while (i < values.size() && std::isnan(values[i])) ++i;
-    return i;
-}
-
 // The first bar with a value, or values.size() when there are fewer than `length` real values.
 std::size_t firstFull(std::span<const double> values, std::size_t length) {
     const std::size_t start = firstReal(values);
@@ -211,8 +204,7 @@ std::vector<std::vector<double>> each(std::span<const Job> jobs) {
         const Job& job = jobs[j];
         if (job.type == AverageType::exponential || job.type == AverageType::wilders) {
             requireLength(job.length);
-            const double alpha =
-                job.type == AverageType::wilders ? 1.0 / job.length : 2.0 / (job.length + 1);
+            const double alpha = job.type == AverageType::wilders ? 1.0 / job.length : 2.0 / (job.length + 1);
             smoothers.push_back({job.values, static_cast<std::size_t>(job.length), alpha, &results[j]});
         } else {
             results[j] = of(job.type, job.values, job.length);

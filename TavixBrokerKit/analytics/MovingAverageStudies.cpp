@@ -11,7 +11,6 @@ namespace tavix {
 namespace {
 
 constexpr int defaultLength = 20;
-constexpr int longestLength = 1000;
 
 std::vector<StudySetting> lengthAndSource(int minLength) {
     return {StudySetting::whole(QStringLiteral("length"), QStringLiteral("Length"), defaultLength, minLength,
@@ -23,10 +22,7 @@ template <std::vector<double> (*Average)(std::span<const double>, int)>
 void computeAverage(const StudyBars& bars, StudyRun& run) {
     std::vector<double> storage;
     const std::span<const double> prices = priceColumn(bars, priceSource(run), storage);
-    StudySeries series = StudySeries::numberSeries(run.kind->values.front(), 0);
-    series.numbers = Average(prices, run.whole(u"length"));
-    run.outputs.clear();
-    run.outputs.push_back(std::move(series));
+    setOutputs(run, numberOutput(run.kind->values.front(), Average(prices, run.whole(u"length"))));
 }
 
 // The volume-weighted average: the window's price times volume over its volume. A window that
@@ -59,8 +55,7 @@ void computeVolumeWeighted(const StudyBars& bars, StudyRun& run) {
         }
         if (i + 1 >= length && volume > 0) series.numbers[i] = traded / volume;
     }
-    run.outputs.clear();
-    run.outputs.push_back(std::move(series));
+    setOutputs(run, std::move(series));
 }
 
 StudyKind averageKind(QString word, QString title, int minLength,

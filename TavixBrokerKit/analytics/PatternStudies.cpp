@@ -18,6 +18,7 @@
 //   day of confirmation after a hammer) are not required: the chart marks the shape, the trader
 //   judges the follow-through.
 #include "analytics/StudyCatalog.h"
+#include "analytics/StudyParts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,7 +46,10 @@ constexpr Seen seenAs(bool found, PatternBias bias) {
 class Shapes {
 public:
     explicit Shapes(const StudyBars& bars)
-        : open_(bars.open.data()), high_(bars.high.data()), low_(bars.low.data()), close_(bars.close.data()) {}
+        : open_(bars.open.data()),
+          high_(bars.high.data()),
+          low_(bars.low.data()),
+          close_(bars.close.data()) {}
 
     double open(std::size_t i) const { return open_[i]; }
     double high(std::size_t i) const { return high_[i]; }
@@ -105,9 +109,7 @@ void mark(const StudyBars& bars, StudyRun& run, std::size_t first, Test seen) {
         flags[i] = there;
         biases[i] = static_cast<PatternBias>(code >> 1);
     }
-    run.outputs.clear();
-    run.outputs.push_back(std::move(found));
-    run.outputs.push_back(std::move(bias));
+    setOutputs(run, std::move(found), std::move(bias));
 }
 
 std::size_t trendLength(const StudyRun& run) {
@@ -222,7 +224,8 @@ void piercingLine(const StudyBars& bars, StudyRun& run) {
     mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
         return seenAs(s.black(f) & s.white(i) & (s.open(i) < s.low(f)) & (s.close(i) < s.open(f)) &
-                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) & s.declineBefore(f, trend),
+                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) &
+                          s.declineBefore(f, trend),
                       PatternBias::bullish);
     });
 }
@@ -236,7 +239,8 @@ void darkCloudCover(const StudyBars& bars, StudyRun& run) {
     mark(bars, run, firstBarAfterTrend(2, trend), [trend, into](const Shapes& s, std::size_t i) {
         const std::size_t f = i - 1;
         return seenAs(s.white(f) & s.black(i) & (s.open(i) > s.high(f)) & (s.close(i) > s.open(f)) &
-                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) & s.advanceBefore(f, trend),
+                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) &
+                          s.advanceBefore(f, trend),
                       PatternBias::bearish);
     });
 }
@@ -253,7 +257,8 @@ void morningStar(const StudyBars& bars, StudyRun& run) {
         const std::size_t m = i - 1;
         return seenAs(s.black(f) & s.traded(m) & s.white(i) & (s.bodyTop(m) < s.close(f)) &
                           s.atMost(s.body(m), star * s.body(f), m) &
-                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) & s.declineBefore(f, trend),
+                          s.moreThan(s.close(i) - s.close(f), into * s.body(f), i) &
+                          s.declineBefore(f, trend),
                       PatternBias::bullish);
     });
 }
@@ -269,7 +274,8 @@ void eveningStar(const StudyBars& bars, StudyRun& run) {
         const std::size_t m = i - 1;
         return seenAs(s.white(f) & s.traded(m) & s.black(i) & (s.bodyBottom(m) > s.close(f)) &
                           s.atMost(s.body(m), star * s.body(f), m) &
-                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) & s.advanceBefore(f, trend),
+                          s.moreThan(s.close(f) - s.close(i), into * s.body(f), i) &
+                          s.advanceBefore(f, trend),
                       PatternBias::bearish);
     });
 }
@@ -280,7 +286,8 @@ void eveningStar(const StudyBars& bars, StudyRun& run) {
 // bits (alone, afterLast), and a walk from the end joins each bar with the two before it while
 // those are still unwritten.
 template <typename Alone, typename AfterLast>
-void markThreeInARow(const StudyBars& bars, StudyRun& run, PatternBias lean, Alone alone, AfterLast afterLast) {
+void markThreeInARow(const StudyBars& bars, StudyRun& run, PatternBias lean, Alone alone,
+                     AfterLast afterLast) {
     const std::size_t n = bars.size();
     StudySeries found = StudySeries::flagSeries(QStringLiteral("found"), n);
     StudySeries bias = StudySeries::biasSeries(QStringLiteral("bias"), n);
@@ -303,9 +310,7 @@ void markThreeInARow(const StudyBars& bars, StudyRun& run, PatternBias lean, Alo
         bits[i] = there ? lean : PatternBias::neutral;
     }
     for (std::size_t i = 0; i < std::min<std::size_t>(n, 2); ++i) bits[i] = PatternBias::neutral;
-    run.outputs.clear();
-    run.outputs.push_back(std::move(found));
-    run.outputs.push_back(std::move(bias));
+    setOutputs(run, std::move(found), std::move(bias));
 }
 
 // Three white soldiers (Nison ch. 7): three white bars, each closing higher, each opening within the
@@ -319,7 +324,8 @@ void threeWhiteSoldiers(const StudyBars& bars, StudyRun& run) {
             return s.white(k) & s.atMost(s.upperShadow(k), shortest * s.range(k), k);
         },
         [](const Shapes& s, std::size_t k) {
-            return (s.open(k) >= s.open(k - 1)) & (s.open(k) <= s.close(k - 1)) & (s.close(k) > s.close(k - 1));
+            return (s.open(k) >= s.open(k - 1)) & (s.open(k) <= s.close(k - 1)) &
+                   (s.close(k) > s.close(k - 1));
         });
 }
 
@@ -333,7 +339,8 @@ void threeBlackCrows(const StudyBars& bars, StudyRun& run) {
             return s.black(k) & s.atMost(s.lowerShadow(k), shortest * s.range(k), k);
         },
         [](const Shapes& s, std::size_t k) {
-            return (s.open(k) <= s.open(k - 1)) & (s.open(k) >= s.close(k - 1)) & (s.close(k) < s.close(k - 1));
+            return (s.open(k) <= s.open(k - 1)) & (s.open(k) >= s.close(k - 1)) &
+                   (s.close(k) < s.close(k - 1));
         });
 }
 

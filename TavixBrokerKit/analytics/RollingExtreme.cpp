@@ -1,6 +1,6 @@
 #include "analytics/RollingExtreme.h"
 
-#include "analytics/Study.h"
+#include "analytics/StudyParts.h"
 
 #include <algorithm>
 #include <array>
@@ -98,12 +98,6 @@ void blocked(std::index_sequence<K...>, const std::array<Lane, sizeof...(Beats)>
 template <class... Beats>
 void blocked(const std::array<Lane, sizeof...(Beats)>& lanes, std::size_t window, Beats... beats) {
     blocked(std::index_sequence_for<Beats...>(), lanes, window, beats...);
-}
-
-// Where a column's real values begin: another study's warm-up may lead it.
-std::size_t firstReal(std::span<const double> values) {
-    return static_cast<std::size_t>(
-        std::find_if(values.begin(), values.end(), [](double v) { return !std::isnan(v); }) - values.begin());
 }
 
 // Whether the blocks can take the column from `first` on: at least one window of values, and no NaN

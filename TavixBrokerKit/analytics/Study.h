@@ -71,7 +71,8 @@ struct StudyKind {
 // A pattern's lean on a bar.
 // One byte a bar: a pattern's bias column is as long as the chart.
 enum class PatternBias : std::uint8_t { neutral, bullish, bearish };
-TAVIX_ENUM_NAMES(PatternBias, std::string_view("neutral"), std::string_view("bullish"), std::string_view("bearish"))
+TAVIX_ENUM_NAMES(PatternBias, std::string_view("neutral"), std::string_view("bullish"),
+                 std::string_view("bearish"))
 
 // One output of a study over the bars. Numbers hold NaN where the study has no value yet (its
 // warm-up) - never zero; `value(i)` gives nothing there. Pattern studies give a flag series

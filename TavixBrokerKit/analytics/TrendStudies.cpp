@@ -12,20 +12,6 @@ namespace tavix {
 
 namespace {
 
-constexpr int longestLength = 1000;
-
-std::size_t count(int length) {
-    return static_cast<std::size_t>(std::max(length, 0));
-}
-
-// Hands finished columns to the run without copying them (a braced list would copy).
-template <class... Series>
-void setOutputs(StudyRun& run, Series&&... series) {
-    run.outputs.clear();
-    run.outputs.reserve(sizeof...(Series));
-    (run.outputs.push_back(std::forward<Series>(series)), ...);
-}
-
 // Appel's MACD: the fast average less the slow one, its own average as the signal line, and the gap
 // between the two as the histogram.
 void computeMacd(const StudyBars& bars, StudyRun& run) {
@@ -39,14 +25,10 @@ void computeMacd(const StudyBars& bars, StudyRun& run) {
 
     auto macd = StudySeries::numberSeries(QStringLiteral("macd"), n);
     for (std::size_t i = 0; i < n; ++i) macd.numbers[i] = fast[i] - slow[i];  // NaN while either warms up
-    const auto signalLine = average::of(type, macd.numbers, run.whole(u"signalLength"));
-
-    auto signal = StudySeries::numberSeries(QStringLiteral("signal"), n);
+    auto signal =
+        numberOutput(QStringLiteral("signal"), average::of(type, macd.numbers, run.whole(u"signalLength")));
     auto histogram = StudySeries::numberSeries(QStringLiteral("histogram"), n);
-    for (std::size_t i = 0; i < n; ++i) {
-        signal.numbers[i] = signalLine[i];
-        histogram.numbers[i] = macd.numbers[i] - signalLine[i];
-    }
+    for (std::size_t i = 0; i < n; ++i) histogram.numbers[i] = macd.numbers[i] - signal.numbers[i];
     setOutputs(run, std::move(macd), std::move(signal), std::move(histogram));
 }
 
@@ -196,7 +178,7 @@ std::vector<StudyKind> trendStudies() {
         {QStringLiteral("adx"),
          QStringLiteral("ADX"),
          StudyGroup::trend,
-         {lengthSetting(14, 1, longestLength)},
+         {lengthSetting(14)},
          {QStringLiteral("adx"), QStringLiteral("diPlus"), QStringLiteral("diMinus")},
          &computeAdx},
         {QStringLiteral("parabolicSar"),

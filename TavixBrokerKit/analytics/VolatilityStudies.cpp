@@ -3,6 +3,7 @@
 #include "analytics/StudyCatalog.h"
 #include "analytics/StudyParts.h"
 #include "analytics/TrueRange.h"
+#include "market/UpperVectorState.h"
 
 #include <cmath>
 #include <utility>
@@ -14,17 +15,14 @@ namespace {
 // Wilder's average true range; his own smoothing unless another average is asked for.
 void averageTrueRange(const StudyBars& bars, StudyRun& run) {
     auto range = average::of(run.averageType(), trueRange(bars), run.whole(u"length"));
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("atr"), std::move(range)));
+    setOutputs(run, numberOutput(QStringLiteral("atr"), std::move(range)));
 }
 
 // The population standard deviation of the price over the last `length` bars.
 void standardDeviation(const StudyBars& bars, StudyRun& run) {
     std::vector<double> storage;
     const auto price = priceColumn(bars, priceSource(run), storage);
-    run.outputs.clear();
-    run.outputs.push_back(
-        numberOutput(QStringLiteral("stdDev"), average::deviation(price, run.whole(u"length"))));
+    setOutputs(run, numberOutput(QStringLiteral("stdDev"), average::deviation(price, run.whole(u"length"))));
 }
 
 // How many bars of an interval a year holds: 252 trading days, 52 weeks, 12 months, and for bars
@@ -42,16 +40,6 @@ double barsPerYear(CandleInterval interval) {
     }
     constexpr double sessionSeconds = 6.5 * 3600;
     return 252 * sessionSeconds / static_cast<double>(seconds(interval));
-}
-
-// Some library code (Qt's time zones among it) returns with the upper halves of the AVX registers
-// in use. Until something clears them, every switch between that state and the plain SSE code here
-// costs dozens of cycles, and a loop that calls the (AVX) log of the maths library switches twice a
-// bar: a hundred thousand bars took 20 ms instead of 1.5. Clearing them first is free.
-void clearUpperVectorState() {
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-    if (__builtin_cpu_supports("avx")) asm volatile("vzeroupper");
-#endif
 }
 
 // Historical volatility: the sample standard deviation (n - 1) of the last `length` log returns
@@ -90,8 +78,7 @@ void historicalVolatility(const StudyBars& bars, StudyRun& run) {
         if (count < length) continue;
         volatility[i] = annualised * std::sqrt(std::max(0.0, squares / static_cast<double>(length - 1)));
     }
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("hv"), std::move(volatility)));
+    setOutputs(run, numberOutput(QStringLiteral("hv"), std::move(volatility)));
 }
 
 }  // namespace

@@ -52,10 +52,9 @@ void vwap(const StudyBars& bars, StudyRun& run) {
         upper[i] = mean + above * deviation;
         lower[i] = mean - below * deviation;
     }
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("vwap"), std::move(line)));
-    run.outputs.push_back(numberOutput(QStringLiteral("upper"), std::move(upper)));
-    run.outputs.push_back(numberOutput(QStringLiteral("lower"), std::move(lower)));
+    setOutputs(run, numberOutput(QStringLiteral("vwap"), std::move(line)),
+               numberOutput(QStringLiteral("upper"), std::move(upper)),
+               numberOutput(QStringLiteral("lower"), std::move(lower)));
 }
 
 // Granville's on-balance volume: a running total that adds a bar's volume when it closes above the
@@ -71,15 +70,13 @@ void onBalanceVolume(const StudyBars& bars, StudyRun& run) {
             running -= bars.volume[i];
         total[i] = running;
     }
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("obv"), std::move(total)));
+    setOutputs(run, numberOutput(QStringLiteral("obv"), std::move(total)));
 }
 
 void volume(const StudyBars& bars, StudyRun& run) {
     auto smoothed = average::of(run.averageType(), bars.volume, run.whole(u"length"));
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("volume"), bars.volume));
-    run.outputs.push_back(numberOutput(QStringLiteral("average"), std::move(smoothed)));
+    setOutputs(run, numberOutput(QStringLiteral("volume"), bars.volume),
+               numberOutput(QStringLiteral("average"), std::move(smoothed)));
 }
 
 // Quong and Soudack's money flow index: of the money (typical price * volume) that moved over the
@@ -124,8 +121,7 @@ void moneyFlowIndex(const StudyBars& bars, StudyRun& run) {
         const double moved = rising + falling;
         index[i] = moved > 0 ? 100 * (rising / moved) : 50;
     }
-    run.outputs.clear();
-    run.outputs.push_back(numberOutput(QStringLiteral("mfi"), std::move(index)));
+    setOutputs(run, numberOutput(QStringLiteral("mfi"), std::move(index)));
 }
 
 StudySetting deviationsSetting(const QString& setting, const QString& label) {

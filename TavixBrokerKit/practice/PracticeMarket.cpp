@@ -3,15 +3,12 @@
 #include "market/CryptoPair.h"
 #include "market/NewYorkCalendar.h"
 #include "market/OptionSymbol.h"
+#include "market/UpperVectorState.h"
 #include "practice/PracticeOptions.h"
 #include "practice/PricePath.h"
 #include "practice/SymbolCatalog.h"
 
 #include <QDate>
-
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
 
 #include <algorithm>
 #include <cmath>
@@ -79,22 +76,6 @@ std::optional<Named> nameOf(const QString& text) {
     n.volumeSeed = PricePath::volumeSeed(n.symbol);
     return n;
 }
-
-// Some library code (the time zone lookup among it) leaves the upper halves of the AVX registers
-// in use without clearing them. From then on every switch between this file's SSE code and the
-// maths library's AVX code stalls, making sin and exp twenty times slower. Clearing them on entry
-// keeps a quote's arithmetic at its normal cost.
-#if defined(__x86_64__)
-__attribute__((target("avx"))) void clearUpperVectorsAvx() {
-    _mm256_zeroupper();
-}
-void clearUpperVectors() {
-    static const bool hasAvx = (__builtin_cpu_init(), __builtin_cpu_supports("avx"));
-    if (hasAvx) clearUpperVectorsAvx();
-}
-#else
-void clearUpperVectors() {}
-#endif
 
 Date startOfNewYorkDay(long long day) {
     return NewYorkCalendar::startOfDay(QDate(1970, 1, 1).addDays(day));
@@ -540,27 +521,27 @@ PracticeMarket& PracticeMarket::operator=(const PracticeMarket& other) {
 
 std::optional<Decimal> PracticeMarket::price(const QString& symbol, Date at) const {
     std::lock_guard lock(cache_->mutex);
-    clearUpperVectors();
+    clearUpperVectorState();
     return Pricer(pinned_, *cache_).price(symbol, at);
 }
 
 std::optional<Quote> PracticeMarket::quote(const QString& symbol, Date at, bool bidless) const {
     std::lock_guard lock(cache_->mutex);
-    clearUpperVectors();
+    clearUpperVectorState();
     return Pricer(pinned_, *cache_).quote(symbol, at, bidless);
 }
 
 std::vector<Candle> PracticeMarket::candles(const QString& symbol, CandleInterval interval, DateRange range,
                                             Date now) const {
     std::lock_guard lock(cache_->mutex);
-    clearUpperVectors();
+    clearUpperVectorState();
     return Pricer(pinned_, *cache_).candles(symbol, interval, range, now);
 }
 
 std::vector<OptionContract> PracticeMarket::optionChain(const QString& underlying, std::optional<Date> expiry,
                                                         Date now) const {
     std::lock_guard lock(cache_->mutex);
-    clearUpperVectors();
+    clearUpperVectorState();
     return Pricer(pinned_, *cache_).optionChain(underlying, expiry, now);
 }
 
