@@ -9,23 +9,6 @@ Date at(const char* iso) {
     return Date::parseIso(QString::fromLatin1(iso)).value();
 }
 
-TEST(AlpacaEndpoints, RealHostsByEnvironment) {
-    EXPECT_EQ(AlpacaEndpoints(AlpacaEnvironment::paper).trading(),
-              QUrl(QStringLiteral("https://paper-api.alpaca.markets")));
-    EXPECT_EQ(AlpacaEndpoints(AlpacaEnvironment::live).trading(),
-              QUrl(QStringLiteral("https://api.alpaca.markets")));
-    EXPECT_EQ(AlpacaEndpoints(AlpacaEnvironment::paper).data(),
-              QUrl(QStringLiteral("https://data.alpaca.markets")));
-    EXPECT_EQ(enumText(AlpacaEnvironment::paper), QStringLiteral("paper"));
-    EXPECT_EQ(enumFromName<AlpacaEnvironment>("live"), AlpacaEnvironment::live);
-
-    const AlpacaEndpoints real(AlpacaEnvironment::paper);
-    EXPECT_EQ(real.stockStream(QStringLiteral("iex")).toString(),
-              QStringLiteral("wss://stream.data.alpaca.markets/v2/iex"));
-    EXPECT_EQ(real.cryptoStream().toString(),
-              QStringLiteral("wss://stream.data.alpaca.markets/v1beta3/crypto/us"));
-}
-
 TEST(AlpacaEndpoints, UrlKeepsQueryOrderAndEncodesWhatAServerWouldMisread) {
     const AlpacaEndpoints endpoints(QUrl(QStringLiteral("http://127.0.0.1:8080/")),
                                     QUrl(QStringLiteral("http://127.0.0.1:9090")));
@@ -47,19 +30,6 @@ TEST(AlpacaEndpoints, UrlKeepsQueryOrderAndEncodesWhatAServerWouldMisread) {
                              "&page_token=a%20b%26c%3Dd"));
     EXPECT_EQ(endpoints.url(AlpacaHost::trading, QStringLiteral("/v2/clock")).toString(),
               QStringLiteral("http://127.0.0.1:8080/v2/clock"));
-}
-
-TEST(AlpacaEndpoints, TimeframeWords) {
-    EXPECT_EQ(AlpacaEndpoints::timeframe(CandleInterval::oneSecond), std::nullopt);
-    const std::pair<CandleInterval, const char*> words[] = {
-        {CandleInterval::oneMinute, "1Min"},      {CandleInterval::fiveMinute, "5Min"},
-        {CandleInterval::fifteenMinute, "15Min"}, {CandleInterval::thirtyMinute, "30Min"},
-        {CandleInterval::hourly, "1Hour"},        {CandleInterval::daily, "1Day"},
-        {CandleInterval::weekly, "1Week"},        {CandleInterval::monthly, "1Month"},
-    };
-    for (const auto& [interval, word] : words) {
-        EXPECT_EQ(AlpacaEndpoints::timeframe(interval), QString::fromLatin1(word)) << enumName(interval);
-    }
 }
 
 TEST(AlpacaEndpoints, DaysAreNewYorkCalendarDays) {

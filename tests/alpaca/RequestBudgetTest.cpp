@@ -64,16 +64,6 @@ TEST(RequestBudget, SpendsFreelyUntilTheMinuteIsFullThenWaitsForTheOldestToAge) 
     EXPECT_NEAR(time.sleeps[1], 0.1, 1e-6);
 }
 
-TEST(RequestBudget, ForgetsRequestsAMinuteOld) {
-    FakeTime time;
-    RequestBudget trading = budget(time, 3);
-    for (int i = 0; i < 3; ++i) test::await(trading.spend());
-    time.now += 60;
-    EXPECT_EQ(trading.inTheMinute(), 0);
-    for (int i = 0; i < 3; ++i) test::await(trading.spend());
-    EXPECT_TRUE(time.sleeps.empty());
-}
-
 // Callers that wait together must not all squeeze into the room one expired request makes.
 TEST(RequestBudget, ConcurrentWaitersNeverPassTheLimitInAnyMinute) {
     FakeTime time;

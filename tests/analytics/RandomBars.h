@@ -18,6 +18,9 @@
 
 namespace tavix::test {
 
+using namespace Qt::StringLiterals;
+using Inputs = std::map<QString, std::variant<double, QString>>;
+
 inline Decimal price(double value) {
     return Decimal::fromDouble(value).value();
 }
@@ -50,7 +53,6 @@ inline std::vector<Candle> randomBars(std::size_t count, unsigned seed, double s
     std::uniform_int_distribution<std::int64_t> volume(-200, 5000);
     const auto cents = [](double value) { return std::round(value * 100) / 100; };
     std::vector<Candle> candles;
-    candles.reserve(count);
     double last = 100;
     for (std::size_t i = 0; i < count; ++i) {
         const double open = cents(std::max(5.0, last + move(random) / 4));
@@ -66,8 +68,7 @@ inline std::vector<Candle> randomBars(std::size_t count, unsigned seed, double s
 
 // One study worked out through the catalogue; a refusal throws its sentence so the test fails
 // saying why.
-inline StudyRun runStudy(const std::vector<Candle>& candles, const QString& study,
-                         const std::map<QString, std::variant<double, QString>>& inputs = {},
+inline StudyRun runStudy(const std::vector<Candle>& candles, const QString& study, const Inputs& inputs = {},
                          CandleInterval interval = CandleInterval::oneMinute) {
     auto answers = StudyCatalog::run(candles, interval, {StudyRequest{study, inputs, std::nullopt}});
     if (auto* sentence = std::get_if<QString>(&answers.at(0)))
@@ -76,7 +77,7 @@ inline StudyRun runStudy(const std::vector<Candle>& candles, const QString& stud
 }
 
 // The sentence a request is refused with, or empty when it settles.
-inline QString refusal(const QString& study, const std::map<QString, std::variant<double, QString>>& inputs) {
+inline QString refusal(const QString& study, const Inputs& inputs) {
     const auto settled = StudyCatalog::settle(StudyRequest{study, inputs, std::nullopt});
     if (const auto* sentence = std::get_if<QString>(&settled)) return *sentence;
     return {};
@@ -90,28 +91,21 @@ inline std::vector<double> output(const StudyRun& run, const QString& name) {
     throw std::runtime_error("no output " + name.toStdString());
 }
 
-// The columns of the bars as the studies see them.
-struct Columns {
-    std::vector<double> open, high, low, close, volume, time;
-};
+// The columns of the bars as the studies see them (their conversion is checked on its own).
+inline StudyBars columns(const std::vector<Candle>& candles) {
+    return StudyBars(candles, CandleInterval::oneMinute);
+}
 
-inline Columns columns(const std::vector<Candle>& candles) {
-    Columns c;
-    for (const Candle& k : candles) {
-        c.open.push_back(k.open.toDouble());
-        c.high.push_back(k.high.toDouble());
-        c.low.push_back(k.low.toDouble());
-        c.close.push_back(k.close.toDouble());
-        c.volume.push_back(static_cast<double>(k.volume));
-        c.time.push_back(k.time.secondsSince1970());
-    }
-    return c;
+inline std::vector<double> typical(const StudyBars& bars) {
+    std::vector<double> out(bars.size());
+    for (std::size_t i = 0; i < out.size(); ++i) out[i] = (bars.high[i] + bars.low[i] + bars.close[i]) / 3;
+    return out;
 }
 
 // Same length, no value in the same places, and every value within `tolerance` relative to the
 // larger of its magnitude and 1.
 inline void expectSeriesNear(const std::vector<double>& actual, const std::vector<double>& expected,
-                             double tolerance, const char* what) {
+                             double tolerance, const std::string& what) {
     ASSERT_EQ(actual.size(), expected.size()) << what;
     int shown = 0;
     for (std::size_t i = 0; i < actual.size() && shown < 5; ++i) {
@@ -124,6 +118,11 @@ inline void expectSeriesNear(const std::vector<double>& actual, const std::vecto
             ++shown;
         }
     }
+}
+
+inline void expectOutput(const StudyRun& run, const QString& name, const std::vector<double>& expected,
+                         double tolerance) {
+    expectSeriesNear(output(run, name), expected, tolerance, name.toStdString());
 }
 
 }  // namespace tavix::test

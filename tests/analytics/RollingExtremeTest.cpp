@@ -14,25 +14,16 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 // The window over the last `length` bars, NaN bars skipped, full once `length` real values have
-// been seen; among equal values the latest stands.
+// been seen; among equal values the latest stands (it tells 0 from -0).
 std::vector<double> byHand(const std::vector<double>& values, int length, bool highest) {
-    const std::size_t window = static_cast<std::size_t>(length);
+    const auto window = static_cast<std::size_t>(length);
     std::vector<double> out(values.size(), nan);
     std::size_t seen = 0;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (std::isnan(values[i])) continue;
-        if (++seen < window) continue;
+        if (std::isnan(values[i]) || ++seen < window) continue;
         double best = values[i];
-        for (std::size_t j = i + 1 >= window ? i + 1 - window : 0; j < i; ++j) {
-            if (std::isnan(values[j])) continue;
-            if (highest ? !(best > values[j]) : !(best < values[j])) best = values[j];
-        }
-        // Ties resolved toward the latest: walk again from the newest.
-        for (std::size_t j = i + 1; j-- > (i + 1 >= window ? i + 1 - window : 0);) {
-            if (values[j] == best) {
-                best = values[j];
-                break;
-            }
+        for (std::size_t j = i + 1 >= window ? i + 1 - window : 0; j <= i; ++j) {
+            if (!std::isnan(values[j]) && (highest ? values[j] >= best : values[j] <= best)) best = values[j];
         }
         out[i] = best;
     }

@@ -26,6 +26,28 @@ inline std::vector<double> sma(const std::vector<double>& values, std::size_t le
     return out;
 }
 
+// Linearly weighted: weights 1..n from oldest to newest, over n(n+1)/2; none until the window holds
+// n values.
+inline std::vector<double> weighted(const std::vector<double>& values, std::size_t length) {
+    std::vector<double> out(values.size(), none);
+    for (std::size_t i = length - 1; i < values.size(); ++i) {
+        if (std::isnan(values[i + 1 - length])) continue;
+        double sum = 0;
+        for (std::size_t k = 1; k <= length; ++k) sum += static_cast<double>(k) * values[i + k - length];
+        out[i] = sum / (static_cast<double>(length * (length + 1)) / 2);
+    }
+    return out;
+}
+
+// Alan Hull's moving average (2005): WMA(2 * WMA(price, n/2) - WMA(price, n), round(sqrt(n))).
+inline std::vector<double> hull(const std::vector<double>& values, std::size_t length) {
+    const auto fast = weighted(values, length / 2);
+    const auto slow = weighted(values, length);
+    std::vector<double> raw(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) raw[i] = 2 * fast[i] - slow[i];
+    return weighted(raw, static_cast<std::size_t>(std::lround(std::sqrt(static_cast<double>(length)))));
+}
+
 // The exponential average as chart services define it: the first value is the simple average of
 // the first `length`, then each is previous + alpha * (value - previous). alpha = 2 / (length + 1)
 // for the usual EMA; Wilder's smoothing is the same with alpha = 1 / length, which is his
@@ -56,27 +78,18 @@ inline std::vector<double> populationDeviation(const std::vector<double>& values
     return out;
 }
 
-// Wilder's true range (1978): the greatest of today's high - low, |high - yesterday's close| and
-// |low - yesterday's close|; the first day has only its high - low.
-inline std::vector<double> trueRange(const std::vector<double>& high, const std::vector<double>& low,
-                                     const std::vector<double>& close) {
-    std::vector<double> out(close.size());
-    for (std::size_t i = 0; i < close.size(); ++i) {
-        out[i] = high[i] - low[i];
-        if (i > 0) {
-            out[i] = std::max(out[i], std::abs(high[i] - close[i - 1]));
-            out[i] = std::max(out[i], std::abs(low[i] - close[i - 1]));
-        }
-    }
-    return out;
-}
-
-// Wilder's average true range: the first is the mean of the first `length` true ranges, then
-// (previous * (length - 1) + true range) / length.
+// Wilder's average true range (1978). The true range is the greatest of today's high - low,
+// |high - yesterday's close| and |low - yesterday's close| (the first day has only high - low); the
+// first average is the mean of the first `length`, then (previous * (length - 1) + range) / length.
 inline std::vector<double> wilderAtr(const std::vector<double>& high, const std::vector<double>& low,
                                      const std::vector<double>& close, std::size_t length) {
-    const auto range = trueRange(high, low, close);
-    std::vector<double> out(close.size(), none);
+    std::vector<double> range(close.size()), out(close.size(), none);
+    for (std::size_t i = 0; i < close.size(); ++i) {
+        range[i] = high[i] - low[i];
+        if (i > 0)
+            range[i] =
+                std::max({range[i], std::abs(high[i] - close[i - 1]), std::abs(low[i] - close[i - 1])});
+    }
     if (close.size() < length) return out;
     out[length - 1] = windowMean(range, length - 1, length);
     for (std::size_t i = length; i < close.size(); ++i) {

@@ -1,19 +1,18 @@
 #pragma once
 
-// The model harness with a practice broker whose account reads a test can hold and fail.
+// The model harness with a practice broker whose reads a test can hold and fail, and which keeps
+// a watchlist of its own on demand, as brokers with watchlists do.
 
 #include "support/AppModelHarness.h"
 #include "support/Gates.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <utility>
 
 namespace tavix::test {
 
-// The practice broker with its balance reads held while `balanceReads.holding`, so a test can
-// move the clock or switch accounts mid read. `readError` makes every balance read fail; quote
-// reads are counted.
 class HeldPractice : public MockBroker {
 public:
     using MockBroker::MockBroker;
@@ -34,21 +33,62 @@ public:
         co_return read;
     }
 
+    QCoro::Task<std::vector<SymbolMatch>> searchSymbols(QString text) override {
+        if (searchError) throw *searchError;
+        std::vector<SymbolMatch> found = co_await MockBroker::searchSymbols(text);
+        co_return found;
+    }
+
+    QCoro::Task<std::optional<RemoteWatchlist>> ownWatchlist() override {
+        if (!ownList) co_return std::nullopt;
+        RemoteWatchlist list{QStringLiteral("list-1"), QStringLiteral("Primary Watchlist"), *ownList};
+        co_return list;
+    }
+
+    // Symbols in `refusedByList` are quietly left out, as a broker does with what it can't list.
+    QCoro::Task<RemoteWatchlist> replaceOwnWatchlist(QStringList symbols, RemoteWatchlist list) override {
+        QStringList kept;
+        for (const auto& symbol : symbols) {
+            if (!refusedByList.contains(symbol)) kept << symbol;
+        }
+        ownList = kept;
+        list.symbols = kept;
+        co_return list;
+    }
+
     Gates balanceReads;
     std::optional<BrokerError> readError;
+    std::optional<BrokerError> searchError;
     int quoteReads = 0;
+    // The broker's own list; none means the broker keeps no list.
+    std::optional<QStringList> ownList;
+    QStringList refusedByList;
 };
 
 class AppModelFixture : public AppModelHarness {
 protected:
     AppModelEnvironment environment() override {
         AppModelEnvironment made = AppModelHarness::environment();
-        made.makePractice = practiceOf<HeldPractice>([this](HeldPractice& broker) { practice = &broker; });
+        made.makePractice = practiceOf<HeldPractice>([this](HeldPractice& broker) {
+            practice = &broker;
+            if (prepare) prepare(broker);
+        });
+        return made;
+    }
+
+    // A watch or bounce record, as the model keeps them, on the practice broker.
+    static Json record(const QString& account, std::initializer_list<std::pair<const char*, Json>> fields) {
+        Json made = Json::object();
+        made.set("brokerID", Json("mock"));
+        made.set("accountID", Json(account));
+        for (const auto& [key, value] : fields) made.set(key, value);
         return made;
     }
 
     // The practice broker the model made last (owned by the model).
     HeldPractice* practice = nullptr;
+    // Runs on each new practice broker before the model reads from it.
+    std::function<void(HeldPractice&)> prepare;
 };
 
 }  // namespace tavix::test

@@ -7,19 +7,10 @@ class AppModelLoopsTest : public AppModelFixture {
 protected:
     // An option contract watch on the practice account, its last day `days` from now.
     Json optionWatch(double days) const {
-        Json watch = Json::object();
-        watch.set("brokerID", Json("mock"));
-        watch.set("accountID", Json(model->account() ? model->account()->id : QString()));
-        watch.set("contract", Json("AAPL271217C00150000"));
-        watch.set("expiry", Json((pacer.now() + days * 86'400).toIso()));
-        return watch;
+        return record(model->account()->id, {{"contract", Json("AAPL271217C00150000")},
+                                             {"expiry", Json((pacer.now() + days * 86'400).toIso())}});
     }
-    static Json ride(const char* symbol) {
-        Json watch = Json::object();
-        watch.set("brokerID", Json("mock"));
-        watch.set("symbol", Json(symbol));
-        return watch;
-    }
+    Json ride(const char* symbol) const { return record(model->account()->id, {{"symbol", Json(symbol)}}); }
 };
 
 TEST_F(AppModelLoopsTest, NewsIsReadOnEveryFifteenthAccountRoundOnly) {
@@ -57,18 +48,6 @@ TEST_F(AppModelLoopsTest, QuotesArePolledAtTheBrokersIntervalUntilTheLoopsStop) 
     pacer.advance(AppModel::accountLoopSeconds);
     EXPECT_EQ(m.accountRound(), 1);
     EXPECT_EQ(m.quoteRound(), 30);
-}
-
-TEST_F(AppModelLoopsTest, TheMarketClockIsReadAtOnceAndEveryMinute) {
-    AppModel& m = started();
-    const Date start = pacer.now();
-    pacer.advance(0);
-    ASSERT_TRUE(m.marketClock());
-    EXPECT_EQ(m.marketClock()->asOf, start);
-    pacer.advance(AppModel::marketClockLoopSeconds - 1);
-    EXPECT_EQ(m.marketClock()->asOf, start);
-    pacer.advance(1);
-    EXPECT_EQ(m.marketClock()->asOf, start + AppModel::marketClockLoopSeconds);
 }
 
 TEST_F(AppModelLoopsTest, ADestroyedModelLeavesNothingScheduledAndARoundInFlightEndsQuietly) {

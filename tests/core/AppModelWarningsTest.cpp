@@ -16,13 +16,6 @@ protected:
         here = model->account()->id;
     }
 
-    static Json record(const QString& account, std::initializer_list<std::pair<const char*, Json>> fields) {
-        Json made = Json::object();
-        made.set("brokerID", Json("mock"));
-        made.set("accountID", Json(account));
-        for (const auto& [key, value] : fields) made.set(key, value);
-        return made;
-    }
     Json contract(const char* symbol, const QString& account) const {
         return record(account,
                       {{"contract", Json(symbol)}, {"expiry", Json((pacer.now() + 30 * 86'400).toIso())}});
@@ -106,17 +99,6 @@ TEST_F(AppModelWarningsTest, ComingBackToAnAccountTellsOfWatchesLeftInAnother) {
     m.setRideWatches({ride("QQQ", here)});
     await(m.attach(BrokerID::mock()));
     EXPECT_EQ(m.banner(), std::nullopt);
-}
-
-TEST_F(AppModelWarningsTest, RunningBouncesAreThoseOfThisAccountNotEnded) {
-    AppModel& m = *model;
-    Json elsewhere = bounce("MSFT", "buying");
-    elsewhere.members()[1].second = Json("other");  // its accountID
-    m.setBounces({bounce("AAPL", "buying"), bounce("TSLA", "ended"), elsewhere});
-    const Json::Array running = m.runningBounces();
-    ASSERT_EQ(running.size(), 1u);
-    EXPECT_EQ(running.front().at("plan").at("symbol").toQString(), QStringLiteral("AAPL"));
-    EXPECT_EQ(Session::bounces().size(), 3u) << "the list is saved whole";
 }
 
 }  // namespace

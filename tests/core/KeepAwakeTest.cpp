@@ -1,7 +1,6 @@
 #include "SessionBus.h"
 #include "core/KeepAwake.h"
 #include "support/Await.h"
-#include "support/LogCapture.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -9,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <vector>
 
 namespace tavix::test {
@@ -93,24 +91,6 @@ TEST_F(KeepAwakeTest, HoldsWithTheReasonAndGivesTheCookieBackOnEnd) {
     EXPECT_EQ(screenSaver_.released.size(), 1u);
 }
 
-TEST_F(KeepAwakeTest, ASecondBeginReplacesTheActivityAndDestructionReleasesIt) {
-    auto awake = std::make_unique<DBusKeepAwake>();
-    awake->begin(QStringLiteral("Watching AAPL"));
-    ASSERT_TRUE(eventually([&] { return awake->isHeldBySystem(); }));
-    const uint first = screenSaver_.inhibited.at(0).cookie;
-
-    awake->begin(QStringLiteral("A Multiplier trade's last-day sale is near"));
-    ASSERT_TRUE(eventually([&] { return screenSaver_.inhibited.size() == 2 && awake->isHeldBySystem(); }));
-    EXPECT_EQ(screenSaver_.inhibited[1].reason, QStringLiteral("A Multiplier trade's last-day sale is near"));
-    EXPECT_EQ(awake->reason(), QStringLiteral("A Multiplier trade's last-day sale is near"));
-    ASSERT_TRUE(eventually([&] { return screenSaver_.released.size() == 1; }));
-    EXPECT_EQ(screenSaver_.released[0], first);
-
-    awake.reset();
-    ASSERT_TRUE(eventually([&] { return screenSaver_.released.size() == 2; }));
-    EXPECT_EQ(screenSaver_.released[1], screenSaver_.inhibited[1].cookie);
-}
-
 // end() can come before the desktop has answered begin(): the cookie that arrives late must be
 // handed straight back, or the computer would never sleep again.
 TEST_F(KeepAwakeTest, AnActivityEndedBeforeTheDesktopAnswersIsGivenBackWhenTheAnswerComes) {
@@ -121,28 +101,6 @@ TEST_F(KeepAwakeTest, AnActivityEndedBeforeTheDesktopAnswersIsGivenBackWhenTheAn
         eventually([&] { return screenSaver_.inhibited.size() == 1 && screenSaver_.released.size() == 1; }));
     EXPECT_EQ(screenSaver_.released[0], screenSaver_.inhibited[0].cookie);
     EXPECT_FALSE(awake.isHeldBySystem());
-}
-
-// With neither a screen saver that answers nor logind, the reason is still remembered and the
-// log says so once. The fake keeps the name so no other screen saver can answer, but exports nothing.
-TEST_F(KeepAwakeTest, WithoutAnyDesktopServiceRemembersTheReasonAndLogsOnce) {
-    if (QDBusConnection::systemBus().isConnected())
-        GTEST_SKIP() << "a system bus (and maybe logind) is present";
-    QDBusConnection::sessionBus().unregisterObject(screenSaverPath);
-    test::LogCapture log;
-    DBusKeepAwake awake;
-    const QString category = QStringLiteral("com.brindlecove.tavix.awake");
-    awake.begin(QStringLiteral("Watching AAPL"));
-    ASSERT_TRUE(eventually([&] { return !log.messages(category).isEmpty(); }));
-    EXPECT_FALSE(awake.isHeldBySystem());
-
-    awake.begin(QStringLiteral("Watching MSFT"));
-    // The second refusal has nothing to show for itself: give its answer time to come, then count.
-    eventually([] { return false; }, std::chrono::milliseconds(300));
-    EXPECT_EQ(log.messages(category).size(), 1);
-    EXPECT_EQ(awake.reason(), QStringLiteral("Watching MSFT"));
-    EXPECT_FALSE(awake.isHeldBySystem());
-    EXPECT_TRUE(screenSaver_.inhibited.empty());
 }
 
 }  // namespace

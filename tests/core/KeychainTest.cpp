@@ -1,6 +1,5 @@
 #include "SessionBus.h"
 #include "core/AlpacaKeys.h"
-#include "market/Json.h"
 #include "market/Keychain.h"
 #include "support/Await.h"
 
@@ -52,32 +51,6 @@ TEST_F(KeychainTest, WritesReadsUpdatesAndRemovesAnItem) {
     EXPECT_NO_THROW(await(keychain_.remove(account_)));
 }
 
-TEST_F(KeychainTest, ItemsOutliveTheObjectAndStayWithinTheirServiceAndAccount) {
-    {
-        SystemKeychain writer(testService);
-        await(writer.write(account_, QStringLiteral("kept")));
-    }
-    SystemKeychain reader(testService);
-    EXPECT_EQ(await(reader.read(account_)), QStringLiteral("kept"));
-
-    SystemKeychain otherService(testService + QStringLiteral(".other"));
-    EXPECT_EQ(await(otherService.read(account_)), std::nullopt);
-    EXPECT_EQ(await(reader.read(account_ + QStringLiteral("-other"))), std::nullopt);
-}
-
-TEST_F(KeychainTest, AlpacaKeysRoundTripThroughTheSystemKeychain) {
-    EXPECT_EQ(await(AlpacaKeys::saved(&keychain_, account_)), std::nullopt);
-
-    await(AlpacaKeys::save(&keychain_, account_, {QStringLiteral("PK123"), QStringLiteral("s/e\"cret")}));
-    auto keys = await(AlpacaKeys::saved(&keychain_, account_));
-    ASSERT_TRUE(keys.has_value());
-    EXPECT_EQ(keys->key, QStringLiteral("PK123"));
-    EXPECT_EQ(keys->secret, QStringLiteral("s/e\"cret"));
-
-    await(AlpacaKeys::forget(&keychain_, account_));
-    EXPECT_EQ(await(AlpacaKeys::saved(&keychain_, account_)), std::nullopt);
-}
-
 // Without any session bus the system keychain must fail at once, never wait for a bus that won't
 // come. The bus address is read once per process, so this runs as its own CTest entry with a dead
 // address (tests/CMakeLists.txt); in any other run it skips.
@@ -103,24 +76,8 @@ TEST(KeychainWithoutBus, FailsFastWithAKeychainError) {
     EXPECT_LT(clock.elapsed(), 5000);
 }
 
-// The item's layout and what a damaged item does; no bus needed.
-class AlpacaKeysTest : public ::testing::Test {
-protected:
+TEST(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText) {
     MemoryKeychain keychain_;
-};
-
-TEST_F(AlpacaKeysTest, KeepsBothKeysAsOneJsonItemUnderTheSlot) {
-    await(AlpacaKeys::save(&keychain_, QStringLiteral("alpaca-2"),
-                           {QStringLiteral("PKX"), QStringLiteral("SX")}));
-    ASSERT_EQ(keychain_.items().size(), 1u);
-    const auto& [account, text] = *keychain_.items().begin();
-    EXPECT_EQ(account, QStringLiteral("alpaca-2"));
-    Json item = Json::parse(text.toUtf8());
-    EXPECT_EQ(item.at("key").toQString(), QStringLiteral("PKX"));
-    EXPECT_EQ(item.at("secret").toQString(), QStringLiteral("SX"));
-}
-
-TEST_F(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText) {
     const QString garbled[] = {
         QStringLiteral("hunter2-not-json"),
         QStringLiteral("{\"key\":\"PK1\"}"),
@@ -138,16 +95,6 @@ TEST_F(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText)
             EXPECT_EQ(std::string(error.what()).find("hunter2"), std::string::npos) << error.what();
         }
     }
-}
-
-TEST_F(AlpacaKeysTest, AKeychainThatFailsFailsEveryCall) {
-    keychain_.setFailing(true);
-    EXPECT_THROW(await(AlpacaKeys::saved(&keychain_, QStringLiteral("alpaca"))), KeychainError);
-    EXPECT_THROW(await(AlpacaKeys::save(&keychain_, QStringLiteral("alpaca"),
-                                        {QStringLiteral("k"), QStringLiteral("s")})),
-                 KeychainError);
-    EXPECT_THROW(await(AlpacaKeys::forget(&keychain_, QStringLiteral("alpaca"))), KeychainError);
-    EXPECT_TRUE(keychain_.items().empty());
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 #include "core/Session.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QSettings>
 
 #include <gtest/gtest.h>
@@ -17,8 +15,6 @@ Decimal dec(const char* text) {
     return *Decimal::parse(std::string_view(text));
 }
 
-const QString standardName = QStringLiteral("com.brindlecove.tavix");
-
 // Every test starts from empty stores and reads through files, as the next run of the app would.
 class SessionTest : public ::testing::Test {
 protected:
@@ -27,10 +23,8 @@ protected:
 
     static void wipe() {
         Session::reopen();
-        for (const QString& name : QStringList{standardName, standardName + QStringLiteral(".a")}) {
-            QSettings store(QSettings::IniFormat, QSettings::UserScope, name, QString());
-            store.clear();
-        }
+        Session::store().clear();
+        Session::standardStore().clear();
     }
 
     // Writes everything out and forgets the opened stores, as quitting and starting again does.
@@ -51,27 +45,6 @@ protected:
     static void putRaw(const QString& key, const QByteArray& bytes) { Session::store().setValue(key, bytes); }
     static QByteArray raw(const QString& key) { return Session::store().value(key).toByteArray(); }
 };
-
-TEST_F(SessionTest, AnEmptyStoreGivesTheDefaults) {
-    EXPECT_TRUE(Session::alpacaProfiles().empty());
-    EXPECT_EQ(Session::alpacaSlot(), std::nullopt);
-    EXPECT_EQ(Session::broker(), std::nullopt);
-    EXPECT_EQ(Session::limits(), std::nullopt);
-    EXPECT_TRUE(Session::bounces().empty());
-    EXPECT_TRUE(Session::contractWatches().empty());
-    EXPECT_TRUE(Session::shortcuts().isObject());
-    EXPECT_EQ(Session::watchlist(), std::nullopt);
-    EXPECT_EQ(Session::watchlistBase(QStringLiteral("acct")), std::nullopt);
-    EXPECT_EQ(Session::sort(Mode::easy), std::nullopt);
-    EXPECT_FALSE(Session::sortReversed(Mode::expert));
-    EXPECT_EQ(Session::chartNow(), std::nullopt);
-    EXPECT_EQ(Session::viewChoice(), ViewChoice());
-    EXPECT_TRUE(Session::sounds());
-    EXPECT_FALSE(Session::clicks());
-    EXPECT_TRUE(Session::notices(QStringLiteral("fills")));
-    EXPECT_EQ(Session::termsAgreed(), std::nullopt);
-    EXPECT_FALSE(Session::isTestSuite());
-}
 
 TEST_F(SessionTest, AccountChoicesSurviveARestart) {
     const std::vector<AlpacaProfile> profiles = {
@@ -132,41 +105,6 @@ TEST_F(SessionTest, ListsAndChoicesPerModeSurviveARestart) {
     // Enumerations are kept by name, so a reordered enumeration can't change a saved choice.
     EXPECT_EQ(Session::store().value(QStringLiteral("tavix.sort.easy")).toString(),
               QStringLiteral("biggestMoves"));
-}
-
-TEST_F(SessionTest, ViewSoundAndNoticeChoicesSurviveARestart) {
-    const ViewChoice view{.easyMode = false,
-                          .expertMode = true,
-                          .easyChart = false,
-                          .expertChart = true,
-                          .easyOpensExpertChart = true,
-                          .expertOpensExpertChart = false};
-    Session::setViewChoice(view);
-    Session::setChartNow(false);
-    Session::setStatsRange(StatsRange::threeMonths);
-    Session::setSounds(false);
-    Session::setClicks(true);
-    Session::setSoundLevel(QStringLiteral("fill"), 0.35);
-    Session::setNotices(QStringLiteral("trouble"), false);
-    const TermsAgreement terms{.version = 3, .agreedAt = Date(1767225600.25)};
-    Session::setTermsAgreed(terms);
-    restart();
-
-    EXPECT_EQ(Session::viewChoice(), view);
-    EXPECT_EQ(Session::chartNow(), false);
-    EXPECT_EQ(Session::statsRange(), StatsRange::threeMonths);
-    EXPECT_FALSE(Session::sounds());
-    EXPECT_TRUE(Session::bells());
-    EXPECT_TRUE(Session::clicks());
-    EXPECT_EQ(Session::soundLevel(QStringLiteral("fill")), 0.35);
-    EXPECT_EQ(Session::soundLevel(QStringLiteral("bell")), std::nullopt);
-    EXPECT_FALSE(Session::notices(QStringLiteral("trouble")));
-    EXPECT_TRUE(Session::notices(QStringLiteral("alerts")));
-    EXPECT_EQ(Session::termsAgreed(), terms);
-
-    Session::setChartNow(std::nullopt);
-    restart();
-    EXPECT_EQ(Session::chartNow(), std::nullopt);
 }
 
 TEST_F(SessionTest, DamagedValuesGiveTheDefaultAndSpareTheirNeighbours) {
@@ -276,49 +214,6 @@ TEST_F(SessionTest, OlderDeadlineSalesAreTakenOverUntilWatchesAreWritten) {
     restart();
     EXPECT_FALSE(Session::store().contains(QStringLiteral("tavix.deadlineSales")));
     EXPECT_TRUE(Session::contractWatches().empty());
-}
-
-TEST_F(SessionTest, ASuiteKeepsItsOwnStoreAndOnlyDeveloperKeysStayStandard) {
-    Session::standardStore().setValue(QStringLiteral("tavixLag"), 1.5);
-    Session::standardStore().setValue(QStringLiteral("tavixFakePaper"), QStringLiteral("yes"));
-    EXPECT_EQ(Session::lag(), 0) << "the delay is for test suites only";
-    const QString standardLedger = Session::practiceStoreURL();
-    EXPECT_TRUE(standardLedger.endsWith(QStringLiteral("/practice-ledger.json")));
-
-    Session::standardStore().setValue(QStringLiteral("tavixSuite"), QStringLiteral("a"));
-    restart();
-    Session::setWatchlist({QStringLiteral("SPY")});
-    Session::setBroker(BrokerID::mock());
-    Session::setSounds(false);
-    Session::store().setValue(QStringLiteral("tavixShowBots"), true);
-    restart();
-
-    EXPECT_TRUE(Session::isTestSuite());
-    EXPECT_EQ(Session::lag(), 1.5);
-    EXPECT_EQ(Session::developerText(QStringLiteral("tavixFakePaper")), QStringLiteral("yes"));
-    EXPECT_FALSE(Session::developerFlag(QStringLiteral("tavixShowBots")))
-        << "read from the standard store only";
-    EXPECT_EQ(Session::watchlist(), QStringList{QStringLiteral("SPY")});
-
-    const QFileInfo suiteFile(Session::store().fileName());
-    EXPECT_EQ(suiteFile.fileName(), QStringLiteral("com.brindlecove.tavix.a.ini"));
-    EXPECT_EQ(suiteFile.dir(), QFileInfo(Session::standardStore().fileName()).dir());
-    EXPECT_EQ(Session::standardStore().allKeys(),
-              (QStringList{QStringLiteral("tavixFakePaper"), QStringLiteral("tavixLag"),
-                           QStringLiteral("tavixSuite")}));
-    EXPECT_EQ(Session::practiceStoreURL(),
-              QFileInfo(standardLedger).dir().filePath(QStringLiteral("practice-ledger-a.json")));
-}
-
-TEST_F(SessionTest, ASuiteNameCannotLeaveTheFolders) {
-    Session::standardStore().setValue(QStringLiteral("tavixSuite"), QStringLiteral("../x y"));
-    restart();
-    Session::setSounds(false);
-    restart();
-    EXPECT_FALSE(Session::sounds());
-    EXPECT_EQ(QFileInfo(Session::store().fileName()).dir(),
-              QFileInfo(Session::standardStore().fileName()).dir());
-    EXPECT_TRUE(Session::practiceStoreURL().endsWith(QStringLiteral("/practice-ledger-.._x_y.json")));
 }
 
 }  // namespace

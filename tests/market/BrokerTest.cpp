@@ -1,7 +1,8 @@
 #include "market/Broker.h"
-#include "market/BrokerRegistry.h"
 
 #include "support/Await.h"
+
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,8 @@ namespace {
 
 Decimal dec(const char* text) { return *Decimal::parse(std::string_view(text)); }
 
-// A broker with only the required operations, so the interface's defaults are what runs.
+// A broker with only the required operations (and its own watchlist's single steps), so the
+// interface's defaults are what runs.
 class BareBroker : public Broker {
 public:
     BrokerID id() const override { return BrokerID{QStringLiteral("bare")}; }
@@ -29,31 +31,20 @@ public:
     QCoro::Task<std::map<QString, Quote>> quotes(QStringList) override { co_return {}; }
     QCoro::Task<Order> placeOrder(OrderRequest, QString) override { co_return Order{}; }
     QCoro::Task<void> cancelOrder(QString, QString) override { co_return; }
-    QCoro::Task<std::vector<Order>> orders(QString, std::optional<Date>) override {
-        co_return std::vector<Order>(book);  // QCoro moves from a co_returned lvalue: copy it first
+    QCoro::Task<std::vector<Order>> orders(QString, std::optional<Date>) override { co_return {}; }
+    QCoro::Task<std::vector<Candle>> candles(QString, CandleInterval, DateRange) override { co_return {}; }
+    QCoro::Task<RemoteWatchlist> addToOwnWatchlist(QString symbol, RemoteWatchlist l) override {
+        calls << QStringLiteral("+") + symbol;
+        l.symbols << symbol;
+        co_return l;
+    }
+    QCoro::Task<RemoteWatchlist> removeFromOwnWatchlist(QString symbol, RemoteWatchlist l) override {
+        calls << QStringLiteral("-") + symbol;
+        l.symbols.removeAll(symbol);
+        co_return l;
     }
 
-    // Candles on weekdays only, and intraday ones only in the 14:30-21:00 UTC session, like a stock
-    // market: a narrow range finds too few.
-    QCoro::Task<std::vector<Candle>> candles(QString symbol, CandleInterval interval, DateRange range) override {
-        rangesAsked.push_back(range);
-        std::vector<Candle> out;
-        const auto step = static_cast<double>(seconds(interval));
-        double first = std::ceil(range.start.secondsSince1970() / step) * step;
-        for (double t = first; t < range.end.secondsSince1970(); t += step) {
-            const auto day = static_cast<long long>(t / 86400);
-            if ((day + 4) % 7 == 0 || (day + 4) % 7 == 6) continue;  // Sunday, Saturday
-            const double timeOfDay = t - static_cast<double>(day) * 86400;
-            if (step < 86400 && (timeOfDay < 52200 || timeOfDay >= 75600)) continue;
-            out.push_back(Candle{.time = Date(t), .open = dec("1"), .high = dec("1"), .low = dec("1"),
-                                 .close = dec("1"), .volume = static_cast<std::int64_t>(t) % 1000});
-        }
-        (void)symbol;
-        co_return out;
-    }
-
-    std::vector<Order> book;
-    std::vector<DateRange> rangesAsked;
+    QStringList calls;
 };
 
 TEST(BrokerErrorText, EveryCaseReadsAsTheUserSeesIt) {
@@ -79,116 +70,6 @@ TEST(BrokerErrorText, EveryCaseReadsAsTheUserSeesIt) {
     }
 }
 
-TEST(BrokerErrorText, ErrorsCompareByCaseAndPayload) {
-    EXPECT_EQ(BrokerError::api(500, QStringLiteral("x")), BrokerError::api(500, QStringLiteral("x")));
-    EXPECT_NE(BrokerError::api(500, QStringLiteral("x")), BrokerError::api(502, QStringLiteral("x")));
-    EXPECT_NE(BrokerError::transport(QStringLiteral("x")), BrokerError::decoding(QStringLiteral("x")));
-    EXPECT_NE(BrokerError::rateLimited(1.0), BrokerError::rateLimited(std::nullopt));
-}
-
-TEST(BrokerCapabilitySets, ContainAndUnite) {
-    auto caps = BrokerCapabilities::quotes() | BrokerCapabilities::streaming();
-    EXPECT_EQ(caps.rawValue(), 258);
-    EXPECT_FALSE(caps.contains(BrokerCapabilities::quotes() | BrokerCapabilities::trading()));
-    EXPECT_TRUE(caps.contains(BrokerCapabilities()));
-    EXPECT_EQ(caps.text(), QStringLiteral("quotes, streaming"));
-    BareBroker broker;
-    EXPECT_TRUE(broker.supports(BrokerCapabilities::trading()));
-    EXPECT_FALSE(broker.supports(BrokerCapabilities::trading() | BrokerCapabilities::replaceOrders()));
-    EXPECT_EQ(broker.quotePollSeconds(), 1.0);
-}
-
-TEST(BrokerRegistryLife, KeepsOneLiveBrokerPerIdUntilForgotten) {
-    BrokerRegistry registry;
-    int made = 0;
-    registry.registerBroker(BrokerID{QStringLiteral("bare")}, QStringLiteral("Bare"), BrokerCapabilities::trading(),
-                            [&] {
-                                ++made;
-                                return std::make_shared<BareBroker>();
-                            });
-    auto first = registry.broker(BrokerID{QStringLiteral("bare")});
-    auto again = registry.broker(BrokerID{QStringLiteral("bare")});
-    EXPECT_EQ(first.get(), again.get());
-    EXPECT_EQ(made, 1);
-    registry.forget(BrokerID{QStringLiteral("bare")});
-    auto fresh = registry.broker(BrokerID{QStringLiteral("bare")});
-    EXPECT_NE(first.get(), fresh.get());
-    EXPECT_EQ(made, 2);
-    EXPECT_EQ(registry.entries().at(BrokerID{QStringLiteral("bare")}).displayName, QStringLiteral("Bare"));
-
-    EXPECT_THROW(registry.broker(BrokerID::schwab()), BrokerError);
-    registry.registerBroker(BrokerID::alpaca(), QStringLiteral("Alpaca"), {},
-                            []() -> std::shared_ptr<Broker> { throw BrokerError::keychain(7); });
-    try {
-        registry.broker(BrokerID::alpaca());
-        FAIL() << "a failing factory must fail the lookup";
-    } catch (const BrokerError& e) {
-        EXPECT_EQ(e, BrokerError::keychain(7));
-    }
-    EXPECT_FALSE(registry.isLive(BrokerID::alpaca()));
-}
-
-TEST(BrokerDefaults, OrderLookupFillsAndHistoryComeFromOrders) {
-    BareBroker broker;
-    broker.book = {Order{.id = QStringLiteral("A"), .status = OrderStatus::filled, .quantity = dec("3"),
-                         .filledQuantity = dec("3"), .averageFillPrice = dec("10.5"), .closedAt = Date(50)},
-                   Order{.id = QStringLiteral("B"), .status = OrderStatus::working, .quantity = dec("1")}};
-    EXPECT_EQ(test::await(broker.order(QStringLiteral("B"), QStringLiteral("acct"))).id, QStringLiteral("B"));
-    try {
-        test::await(broker.order(QStringLiteral("Z"), QStringLiteral("acct")));
-        FAIL() << "an unknown id must fail";
-    } catch (const BrokerError& e) {
-        EXPECT_EQ(e.kind(), BrokerError::Kind::invalidOrder);
-        EXPECT_TRUE(e.text().startsWith(QStringLiteral("no order")));
-    }
-    auto fills = test::await(broker.fills(QStringLiteral("acct"), std::nullopt));
-    ASSERT_EQ(fills.size(), 1U);
-    EXPECT_EQ(fills[0].price, dec("10.5"));
-    EXPECT_EQ(test::await(broker.orderHistory(QStringLiteral("acct"))).size(), 2U);
-}
-
-TEST(BrokerDefaults, WhatABrokerLacksFailsAsUnsupported) {
-    BareBroker broker;
-    try {
-        test::await(broker.replaceOrder(QStringLiteral("A"), QStringLiteral("acct"), dec("1"), std::nullopt));
-        FAIL() << "replaceOrder must fail without the capability";
-    } catch (const BrokerError& e) {
-        EXPECT_EQ(e, BrokerError::unsupported(BrokerCapabilities::replaceOrders()));
-        EXPECT_EQ(e.description(), QStringLiteral("This brokerage doesn't support that (replaceOrders)."));
-    }
-    EXPECT_THROW(test::await(broker.optionChain(QStringLiteral("AAPL"), std::nullopt)), BrokerError);
-    EXPECT_EQ(test::await(broker.ownWatchlist()), std::nullopt);
-    EXPECT_EQ(test::await(broker.coinRules(QStringLiteral("BTC/USD"))), std::nullopt);
-    EXPECT_TRUE(test::await(broker.searchSymbols(QStringLiteral("AA"))).empty());
-    EXPECT_EQ(broker.liveFeed(), nullptr);
-}
-
-TEST(BrokerDefaults, CandlesBeforeWidensUntilItHasEnough) {
-    BareBroker broker;
-    const Date monday = *Date::parseIso(u"2026-03-09T00:00:00Z");
-    auto daily = test::await(broker.candlesBefore(QStringLiteral("AAPL"), CandleInterval::daily, monday, 30));
-    ASSERT_EQ(daily.size(), 30U);
-    EXPECT_EQ(daily.back().time, monday - 3 * 86400.0);  // the Friday before
-
-    broker.rangesAsked.clear();
-    auto minutes = test::await(broker.candlesBefore(QStringLiteral("AAPL"), CandleInterval::oneMinute, monday, 3000));
-    ASSERT_EQ(minutes.size(), 3000U);  // about eight trading days of minutes: needs a wider second ask
-    EXPECT_EQ(minutes.back().time, monday - 3 * 86400.0 + 75540);  // Friday's last minute
-    for (std::size_t i = 1; i < minutes.size(); ++i) ASSERT_LT(minutes[i - 1].time, minutes[i].time);
-    ASSERT_GE(broker.rangesAsked.size(), 2U);
-    for (std::size_t i = 1; i < broker.rangesAsked.size(); ++i) {
-        EXPECT_LT(broker.rangesAsked[i].start, broker.rangesAsked[i - 1].start);
-        EXPECT_EQ(broker.rangesAsked[i].end, monday);
-    }
-    EXPECT_TRUE(test::await(broker.candlesBefore(QStringLiteral("AAPL"), CandleInterval::daily, monday, 0)).empty());
-
-    auto several = test::await(broker.candlesForSymbols(QStringList{QStringLiteral("A"), QStringLiteral("B")},
-                                              CandleInterval::hourly,
-                                              DateRange{monday + 15 * 3600.0, monday + 21 * 3600.0}));
-    ASSERT_EQ(several.size(), 2U);
-    EXPECT_EQ(several.at(QStringLiteral("B")).size(), 6U);
-}
-
 TEST(BrokerDefaults, LocalPreviewPricesFromTheOrderAndCountsFees) {
     BareBroker broker;
     OrderRequest limit{.symbol = QStringLiteral("AAPL"), .quantity = dec("10"), .type = OrderType::limit,
@@ -210,6 +91,20 @@ TEST(BrokerDefaults, LocalPreviewPricesFromTheOrderAndCountsFees) {
     preview = test::await(broker.previewOrder(market, QStringLiteral("acct")));
     EXPECT_EQ(preview.estimatedPrice, std::nullopt);
     EXPECT_EQ(preview.warnings.size(), 2);
+}
+
+TEST(BrokerDefaults, ReplacingTheOwnWatchlistAddsAndRemovesOneAtATime) {
+    BareBroker broker;
+    const QStringList symbols = {QStringLiteral("AAPL"), QStringLiteral("MSFT"), QStringLiteral("SPY")};
+    RemoteWatchlist current{QStringLiteral("w1"), QStringLiteral("Tavix"), symbols};
+    auto result = test::await(broker.replaceOwnWatchlist(
+        QStringList{QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")}, current));
+    EXPECT_EQ(broker.calls, (QStringList{QStringLiteral("+NVDA"), QStringLiteral("-MSFT")}));
+    EXPECT_EQ(result.id, QStringLiteral("w1"));
+    EXPECT_EQ(QSet<QString>(result.symbols.begin(), result.symbols.end()),
+              QSet<QString>({QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")}));
+    auto clock = test::await(broker.marketClock());
+    EXPECT_GT(clock.nextOpen, clock.asOf);
 }
 
 }  // namespace

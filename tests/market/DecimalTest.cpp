@@ -1,19 +1,17 @@
 #include "market/Decimal.h"
 
-#include "DecimalReference.h"
-
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <unordered_set>
 #include <vector>
 
 using tavix::Decimal;
 using tavix::UInt128;
-using namespace tavix::test;
 
 namespace {
 
@@ -39,23 +37,13 @@ std::string ones(int zeros) {
 
 const std::string nines38(38, '9');
 
-// Reports at most a handful of mismatches from a long sweep, so one fault does not print thousands.
-class Mismatches {
-public:
-    bool check(const std::string& got, const std::string& want, const std::string& what) {
-        if (got == want) return true;
-        if (++count_ <= 10) ADD_FAILURE() << what << ": got " << got << ", want " << want;
-        return false;
-    }
-    ~Mismatches() { EXPECT_EQ(count_, 0) << "mismatches in total"; }
-
-private:
-    int count_ = 0;
-};
+UInt128 toMantissa(const std::string& digits) {
+    UInt128 m = 0;
+    for (char c : digits) m = m * 10 + static_cast<unsigned>(c - '0');
+    return m;
+}
 
 }  // namespace
-
-// ---- parsing and text ---------------------------------------------------------------------------
 
 TEST(DecimalParse, ReadsTheUsualForms) {
     const std::vector<std::pair<std::string, std::string>> cases = {
@@ -93,75 +81,9 @@ TEST(DecimalParse, RoundsPastThirtyEightDigitsHalfAwayFromZero) {
               "1234567890123456789012345678901234567800");
     EXPECT_EQ(text(dec("0." + std::string(41, '9'))), "1");
     EXPECT_EQ(text(dec("-" + nines38 + ".5")), "-" + ones(38));
-    EXPECT_EQ(text(dec("-" + nines38 + ".4999")), "-" + nines38);
-    EXPECT_EQ(text(dec("0.000" + nines38 + "5")), "0.001");
-    EXPECT_EQ(text(dec("1." + std::string(37, '0') + "5")), "1." + std::string(36, '0') + "1");
     // Trailing zeros past 38 digits are not "dropped digits" and lose nothing.
     EXPECT_EQ(text(dec("12345" + std::string(60, '0'))), "12345" + std::string(60, '0'));
     EXPECT_EQ(text(dec("0.12345" + std::string(60, '0'))), "0.12345");
-}
-
-TEST(DecimalParse, RandomTextInManyShapesReadsAsTheSameValue) {
-    RefGenerator gen(11);
-    Mismatches mismatches;
-    for (int i = 0; i < 3000; ++i) {
-        RefNumber r = gen.next(-60, 60);
-        const std::string want = refText(r);
-        // The plain text itself round-trips.
-        auto plain = Decimal::parse(want);
-        if (!plain) {
-            ADD_FAILURE() << "refused " << want;
-            continue;
-        }
-        mismatches.check(text(*plain), want, "plain " + want);
-        EXPECT_EQ(*plain, toDecimal(r)) << want;
-        // The same value written with the point elsewhere, padding zeros and an exponent.
-        const auto length = static_cast<int>(r.digits.size());
-        const int point = gen.between(0, length);
-        const int written = r.exponent + (length - point);
-        std::string shape = r.negative ? "-" : (gen.between(0, 1) ? "+" : "");
-        shape += std::string(static_cast<std::size_t>(gen.between(0, 3)), '0');
-        shape += r.digits.substr(0, static_cast<std::size_t>(point)) + "." +
-                 r.digits.substr(static_cast<std::size_t>(point));
-        shape += std::string(static_cast<std::size_t>(gen.between(0, 3)), '0');
-        shape += (gen.between(0, 1) ? "e" : "E") + std::to_string(written);
-        auto shaped = Decimal::parse(shape);
-        if (!shaped) {
-            ADD_FAILURE() << "refused " << shape;
-            continue;
-        }
-        mismatches.check(text(*shaped), want, "shaped " + shape);
-    }
-}
-
-TEST(DecimalParse, RandomLongTextRoundsLikeLongHand) {
-    RefGenerator gen(12);
-    Mismatches mismatches;
-    for (int i = 0; i < 1000; ++i) {
-        std::string digits = std::to_string(gen.between(1, 9));
-        const int length = gen.between(39, 70);
-        const int style = gen.between(0, 2);
-        while (static_cast<int>(digits.size()) < length) {
-            char c = static_cast<char>('0' + gen.between(0, 9));
-            if (style == 1) c = '9';
-            if (style == 2) c = digits.size() == 38 ? '5' : '0';  // exact halves
-            digits.push_back(c);
-        }
-        const int exponent = gen.between(-60, 20);
-        RefNumber r = makeRef(digits, exponent, gen.between(0, 1) == 1);
-        const std::string input = (r.negative ? "-" : "") + digits + "e" + std::to_string(exponent);
-        mismatches.check(text(dec(input)), refText(round38(r)), input);
-    }
-}
-
-TEST(DecimalFormat, WritesTheShortestPlainText) {
-    EXPECT_EQ(text(Decimal::fromParts(25000, -4, false)), "2.5");
-    EXPECT_EQ(text(Decimal::fromParts(0, 7, true)), "0");
-    EXPECT_EQ(text(Decimal::fromParts(1, 127, false)), ones(127));
-    EXPECT_EQ(text(Decimal::fromParts(1, -128, true)), "-" + tiny(128));
-    EXPECT_EQ(text(Decimal::fromParts(toMantissa(nines38), -38, false)), "0." + nines38);
-    EXPECT_EQ(text(Decimal::fromParts(toMantissa(ones(19)), -19, false)), "1");
-    EXPECT_EQ(Decimal::fromParts(35, -1, true).toString(), QStringLiteral("-3.5"));
 }
 
 TEST(DecimalFormat, ToFixedShowsExactlyThePlacesAsked) {
@@ -185,99 +107,28 @@ TEST(DecimalFormat, ScaleCountsTheDigitsAfterThePoint) {
     EXPECT_EQ(Decimal::fromParts(500, -2, false).scale(), 0);
 }
 
-// ---- arithmetic against long hand -----------------------------------------------------------------
-
-TEST(DecimalArithmetic, AdditionAndSubtractionMatchLongHand) {
-    RefGenerator gen(1);
-    Mismatches mismatches;
-    for (int i = 0; i < 4000; ++i) {
-        RefNumber a = gen.next(-60, 60);
-        // A quarter share an exponent, to cover the short path as well as alignment.
-        RefNumber b = gen.between(0, 3) == 0 ? gen.next(a.exponent, a.exponent) : gen.next(-60, 60);
-        const Decimal x = toDecimal(a), y = toDecimal(b);
-        const std::string shown = refText(a) + " and " + refText(b);
-        mismatches.check(text(x + y), refText(refAdd(a, b)), "sum of " + shown);
-        mismatches.check(text(x - y), refText(refAdd(a, refNegate(b))), "difference of " + shown);
-        mismatches.check(text(y - x), refText(refAdd(b, refNegate(a))), "reverse difference of " + shown);
-        mismatches.check(text(x - x), "0", "self difference of " + shown);
-        Decimal accumulated = x;
-        accumulated += y;
-        accumulated -= y;
-        mismatches.check(text(accumulated), refText(refAdd(refAdd(a, b), refNegate(b))), "+= -= of " + shown);
-    }
-}
-
-TEST(DecimalArithmetic, NearTiesInAdditionRoundLikeLongHand) {
-    // A 38-digit number plus or minus something near half a unit of its last place, with more
-    // digits below: exercises the dropped digit, the sticky digits and the borrow.
-    RefGenerator gen(2);
-    Mismatches mismatches;
-    for (int i = 0; i < 3000; ++i) {
-        RefNumber a = gen.next(0, 0);
-        a.digits = std::to_string(gen.between(1, 9)) + a.digits;
-        a.digits.resize(38, a.digits.back());
-        a.exponent = gen.between(-20, 20);
-        const int below = gen.between(1, 37);
-        std::string tail =
-            std::to_string(gen.between(4, 5)) + std::string(static_cast<std::size_t>(below), '0');
-        if (gen.between(0, 1)) tail.back() = static_cast<char>('1' + gen.between(0, 8));
-        RefNumber b = makeRef(tail, a.exponent - 1 - below, gen.between(0, 1) == 1);
-        mismatches.check(text(toDecimal(a) + toDecimal(b)), refText(refAdd(a, b)),
-                         refText(a) + " + " + refText(b));
-    }
-}
-
 TEST(DecimalArithmetic, NamedAdditionCases) {
     // Carries into a 39th digit.
     EXPECT_EQ(text(dec(nines38) + dec("1")), ones(38));
-    EXPECT_EQ(text(dec(nines38) + dec(nines38)), "2" + std::string(38, '0'));
     EXPECT_EQ(text(dec("9." + std::string(37, '9')) + dec("0." + std::string(37, '0') + "5")), "10");
     EXPECT_EQ(text(dec(ones(37)) + dec("0.5")), ones(36) + "1");
-    EXPECT_EQ(text(dec("-" + nines38) - dec(nines38)), "-2" + std::string(38, '0'));
     // Cancellation.
     EXPECT_EQ(text(dec("1") - dec("1e-50")), "1");
     EXPECT_EQ(text(dec("1") - dec("1e-38")), "0." + nines38);
     EXPECT_EQ(text(dec("1e37") - dec("0.5")), std::string(37, '9') + ".5");
     EXPECT_EQ(text(dec("1e37") - dec("0.05")), ones(37));
-    EXPECT_EQ(text(dec("1e40") - dec("1.5e-40")), ones(40));
     EXPECT_FALSE((dec("-187.34") + dec("187.34")).isNegative());
     // Far-apart magnitudes keep every digit that fits.
     EXPECT_EQ(text(dec("1e50") + dec("1.2345e37")),
               "1000000000000" + std::string("12345") + std::string(33, '0'));
-    EXPECT_EQ(text(dec("1e100") + dec("1")), ones(100));
-    EXPECT_EQ(text(-dec("2.5")), "-2.5");
     EXPECT_FALSE((-Decimal()).isNegative());
 }
 
-TEST(DecimalArithmetic, MultiplicationMatchesLongHand) {
-    RefGenerator gen(3);
-    Mismatches mismatches;
-    for (int i = 0; i < 4000; ++i) {
-        RefNumber a = gen.next(-40, 40), b = gen.next(-40, 40);
-        const Decimal x = toDecimal(a), y = toDecimal(b);
-        const std::string shown = refText(a) + " × " + refText(b);
-        mismatches.check(text(x * y), refText(refMultiply(a, b)), shown);
-        mismatches.check(text(x * Decimal(-1)), refText(refNegate(a)), "minus one times " + refText(a));
-    }
+TEST(DecimalArithmetic, NamedMultiplicationAndDivisionCases) {
     EXPECT_EQ(text(dec(nines38) * dec(nines38)),
               "99999999999999999999999999999999999998" + std::string(38, '0'));
     EXPECT_EQ(text(dec("18446744073709551616") * dec("18446744073709551616")),
               "340282366920938463463374607431768211460");
-}
-
-TEST(DecimalArithmetic, DivisionMatchesLongHand) {
-    RefGenerator gen(4);
-    Mismatches mismatches;
-    for (int i = 0; i < 3000; ++i) {
-        RefNumber a = gen.next(-20, 20), b = gen.next(-20, 20);
-        if (b.isZero()) continue;
-        const std::string shown = refText(a) + " / " + refText(b);
-        mismatches.check(text(toDecimal(a) / toDecimal(b)), refText(refDivide(a, b)), shown);
-        if (!a.isZero()) mismatches.check(text(toDecimal(a) / toDecimal(a)), "1", shown + " self");
-    }
-}
-
-TEST(DecimalArithmetic, NamedDivisionCases) {
     EXPECT_EQ(text(dec("1") / dec("3")), "0." + std::string(38, '3'));
     EXPECT_EQ(text(dec("2") / dec("3")), "0." + std::string(37, '6') + "7");
     EXPECT_EQ(text(dec("-2") / dec("3")), "-0." + std::string(37, '6') + "7");
@@ -302,7 +153,6 @@ TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
     EXPECT_THROW(dec("1e83") * dec("1e83"), std::overflow_error);
     EXPECT_EQ(text(dec("1e82") * dec("1e82")), ones(164));
     EXPECT_THROW(largest + largest, std::overflow_error);
-    EXPECT_THROW(largest * dec("10"), std::overflow_error);
     EXPECT_THROW(dec("1e100") / dec("1e-100"), std::overflow_error);
     EXPECT_THROW(Decimal::fromParts(1, 166, false), std::overflow_error);
     EXPECT_EQ(largest + dec("1"), largest);
@@ -314,18 +164,13 @@ TEST(DecimalArithmetic, OverflowThrowsAndUnderflowRoundsToTheSmallestPlace) {
     // Below 10^-128 results round to that place.
     EXPECT_EQ(text(dec("1e-100") * dec("1e-29")), "0");
     EXPECT_EQ(text(dec("5e-100") * dec("1e-29")), tiny(128));
-    EXPECT_EQ(text(dec("1.5e-126") * dec("0.1")), "0." + std::string(126, '0') + "15");
     EXPECT_EQ(text(dec("-1.5e-127") * dec("0.1")), "-0." + std::string(127, '0') + "2");
-    EXPECT_EQ(text(dec("-1.45e-126") * dec("0.01")), "-" + tiny(128));
     EXPECT_EQ(text(Decimal::fromParts(4, -129, false)), "0");
-    EXPECT_EQ(text(dec("1") / dec("3e127")), "0." + std::string(127, '0') + "3");
     // Rounding to 38 digits and to the smallest place at once rounds only once.
     // (10^38 + 45) × 10^-130 is 10^-92 + 4.5 × 10^-129: rounding to 38 digits first would make the
     // 4 a 5 and then round that up.
     EXPECT_EQ(text(Decimal::fromParts(toMantissa(ones(38)) + 45, -130, false)), tiny(92));
 }
-
-// ---- rounding -----------------------------------------------------------------------------------
 
 TEST(DecimalRounding, ModesOnHalvesAndTheirNeighbours) {
     struct Case {
@@ -355,43 +200,7 @@ TEST(DecimalRounding, ModesOnHalvesAndTheirNeighbours) {
     EXPECT_EQ(text(dec("2.5").rounded(0)), "3");  // plain is the default
 }
 
-TEST(DecimalRounding, EverySmallValueMatchesLongHand) {
-    Mismatches mismatches;
-    for (int i = -2000; i <= 2000; ++i) {
-        const std::string digits = std::to_string(i < 0 ? -i : i);
-        const RefNumber r = makeRef(digits, -3, i < 0);
-        const Decimal d = toDecimal(r);
-        for (int scale = -3; scale <= 3; ++scale) {
-            for (Rounding mode : {Rounding::plain, Rounding::down, Rounding::up, Rounding::bankers}) {
-                mismatches.check(text(d.rounded(scale, mode)), refText(refRound(r, scale, mode)),
-                                 refText(r) + " at " + std::to_string(scale) + " mode " +
-                                     std::to_string(static_cast<int>(mode)));
-            }
-        }
-    }
-}
-
-TEST(DecimalRounding, RandomValuesMatchLongHand) {
-    RefGenerator gen(5);
-    Mismatches mismatches;
-    for (int i = 0; i < 4000; ++i) {
-        const RefNumber r = gen.next(-60, 10);
-        const int scale = gen.between(-10, 60);
-        for (Rounding mode : {Rounding::plain, Rounding::down, Rounding::up, Rounding::bankers}) {
-            mismatches.check(text(toDecimal(r).rounded(scale, mode)), refText(refRound(r, scale, mode)),
-                             refText(r) + " at " + std::to_string(scale) + " mode " +
-                                 std::to_string(static_cast<int>(mode)));
-        }
-    }
-}
-
-TEST(DecimalRounding, IsWholeAndToInt64) {
-    for (const std::string& whole : {std::string("12.000"), std::string("1e50"), std::string("0")}) {
-        EXPECT_TRUE(dec(whole).isWhole()) << whole;
-    }
-    for (const std::string& part : {std::string("12.5"), std::string("1e-50"), ones(34) + ".001"}) {
-        EXPECT_FALSE(dec(part).isWhole()) << part;
-    }
+TEST(DecimalRounding, ToInt64TakesOnlyWholeValuesInRange) {
     const std::vector<std::pair<const char*, std::optional<long long>>> cases = {
         {"9223372036854775807", std::numeric_limits<long long>::max()},
         {"-9223372036854775808", std::numeric_limits<long long>::min()},
@@ -403,52 +212,19 @@ TEST(DecimalRounding, IsWholeAndToInt64) {
     for (const auto& [input, want] : cases) EXPECT_EQ(dec(input).toInt64(), want) << input;
 }
 
-// ---- comparison and hashing ---------------------------------------------------------------------
-
-TEST(DecimalCompare, ComparesByValueAcrossExponents) {
+TEST(DecimalCompare, ComparesAndHashesByValueAcrossExponents) {
     EXPECT_EQ(Decimal::fromParts(0, 5, true), Decimal());
     EXPECT_LT(dec("-1.5"), dec("-1.49"));
     EXPECT_LT(dec("-1e-50"), Decimal());
     EXPECT_GT(dec(ones(38)), dec(nines38));
     EXPECT_LT(dec("0." + nines38), dec("1"));
-    EXPECT_EQ(max(dec("2"), dec("3")), dec("3"));
-    EXPECT_EQ(min(dec("-2"), dec("3")), dec("-2"));
 
-    RefGenerator gen(6);
-    int wrong = 0;
-    for (int i = 0; i < 4000; ++i) {
-        RefNumber a = gen.next(-45, 45);
-        RefNumber b = gen.between(0, 2) == 0 ? gen.next(a.exponent - 3, a.exponent + 3) : gen.next(-45, 45);
-        if (gen.between(0, 4) == 0) b = a;
-        const int want = refCompare(a, b);
-        const Decimal x = toDecimal(a), y = toDecimal(b);
-        const int got = x < y ? -1 : (x == y ? 0 : 1);
-        if (got != want && ++wrong <= 10) ADD_FAILURE() << refText(a) << " vs " << refText(b);
-        EXPECT_EQ(x <=> y, want <=> 0);
-    }
-    EXPECT_EQ(wrong, 0);
-}
-
-TEST(DecimalCompare, EqualValuesHashEquallyWhateverTheirExponent) {
-    RefGenerator gen(7);
-    for (int i = 0; i < 2000; ++i) {
-        RefNumber a = gen.next(-40, 40);
-        if (a.digits.size() >= 38) continue;
-        const auto k = static_cast<std::size_t>(gen.between(1, static_cast<int>(38 - a.digits.size())));
-        RefNumber b = makeRef(a.digits + std::string(k, '0'), a.exponent - static_cast<int>(k), a.negative);
-        const Decimal x = toDecimal(a), y = toDecimal(b);
-        ASSERT_EQ(x, y) << refText(a);
-        EXPECT_EQ(x.hash(), y.hash()) << refText(a);
-        EXPECT_EQ(std::hash<Decimal>{}(x), std::hash<Decimal>{}(y));
-    }
     std::unordered_set<Decimal> set{dec("1.5"), dec("1.50"), dec("1.500"), dec("15e-1"), dec("-1.5"),
                                     dec("0"),   dec("-0"),   dec("0.00"),  dec("2")};
     EXPECT_EQ(set.size(), 4U);
     EXPECT_NE(dec("1.5").hash(), dec("-1.5").hash());
     EXPECT_NE(dec("1.5").hash(), dec("15").hash());
 }
-
-// ---- conversions --------------------------------------------------------------------------------
 
 TEST(DecimalConvert, FromDoubleGoesThroughTheShortestText) {
     // Far below 10^-128 they round at that place, as arithmetic does.
@@ -467,28 +243,10 @@ TEST(DecimalConvert, FromDoubleGoesThroughTheShortestText) {
     }
 }
 
-TEST(DecimalConvert, DoublesRoundTrip) {
-    std::mt19937_64 rng(8);
-    std::uniform_real_distribution<double> mantissa(1.0, 10.0);
-    std::uniform_int_distribution<int> exponent(-30, 30);
-    for (int i = 0; i < 3000; ++i) {
-        const double x = std::ldexp(mantissa(rng), exponent(rng) * 3) * (i % 2 ? -1 : 1);
-        auto d = Decimal::fromDouble(x);
-        ASSERT_TRUE(d.has_value()) << x;
-        EXPECT_EQ(d->toDouble(), x);
-    }
-    EXPECT_EQ(dec("-187.34").toDouble(), -187.34);
-    EXPECT_EQ(dec("1e164").toDouble(), 1e164);
-    EXPECT_EQ(dec("0." + nines38).toDouble(), 1.0);
-}
-
 TEST(DecimalConvert, IntegersAndParts) {
     EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::min())), "-9223372036854775808");
     EXPECT_EQ(text(Decimal(std::numeric_limits<long long>::max())), "9223372036854775807");
     EXPECT_EQ(text(Decimal(std::numeric_limits<unsigned long long>::max())), "18446744073709551615");
-    EXPECT_EQ(Decimal(-5).signum(), -1);
-    EXPECT_EQ(Decimal(0).signum(), 0);
-    EXPECT_EQ(Decimal(-5).abs(), Decimal(5));
     // A mantissa past 38 digits is rounded into them.
     EXPECT_EQ(text(Decimal::fromParts(~UInt128{0}, 0, false)), "340282366920938463463374607431768211460");
     EXPECT_EQ(text(Decimal::fromParts(~UInt128{0}, -39, true)), "-0.34028236692093846346337460743176821146");

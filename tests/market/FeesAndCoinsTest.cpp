@@ -2,8 +2,6 @@
 #include "market/CryptoPair.h"
 #include "market/FeeSchedule.h"
 #include "market/HeldRefusal.h"
-#include "market/OptionContract.h"
-#include "market/OptionSymbol.h"
 
 #include <gtest/gtest.h>
 
@@ -63,63 +61,14 @@ TEST(CoinRulesSteps, AmountsAndPricesComeInWholeSteps) {
     EXPECT_EQ(rules.problem(order), std::nullopt);
 }
 
-TEST(CoinRulesSteps, GuessesFollowThePriceLevel) {
-    const auto dear = CoinRules::guess(dec("65000"));
-    const auto cheap = CoinRules::guess(dec("0.12"));
-    const auto tiny = CoinRules::guess(dec("0.00001234"));
-    EXPECT_LT(dear.amountStep, cheap.amountStep);
-    EXPECT_GT(dear.priceStep, cheap.priceStep);
-    EXPECT_TRUE(tiny.isPrice(dec("0.00001234")));  // a tiny coin's price still fits its steps
-    for (const auto& r : {dear, cheap, tiny, CoinRules::guess(dec("25"))}) {
-        EXPECT_TRUE(r.smallest.isPositive() && r.amountStep.isPositive() && r.priceStep.isPositive());
-        EXPECT_TRUE(r.isAmount(r.smallest));
-    }
-}
-
-TEST(CoinFees, MakersRestAndTakersCross) {
-    Quote quote{.symbol = QStringLiteral("BTC/USD"), .last = dec("60000"), .bid = dec("59990"), .ask = dec("60010")};
+TEST(CoinOrders, LastUntilCancelledOrFillNow) {
     OrderRequest buy{.symbol = QStringLiteral("BTC/USD"), .assetType = AssetType::crypto, .quantity = dec("0.1"),
-                     .type = OrderType::limit, .limitPrice = dec("59900"),
-                     .timeInForce = TimeInForce::goodTillCancelled};
-    EXPECT_EQ(CryptoPair::makerRate(), dec("0.0015"));
-    EXPECT_EQ(CryptoPair::rate(buy, quote), CryptoPair::makerRate());
-    buy.limitPrice = dec("60010");
-    EXPECT_EQ(CryptoPair::rate(buy, quote), CryptoPair::takerRate());
-    buy.type = OrderType::market;
-    EXPECT_EQ(CryptoPair::rate(buy, quote), CryptoPair::takerRate());
-    OrderRequest sell = buy;
-    sell.side = OrderSide::sell;
-    sell.type = OrderType::limit;
-    sell.limitPrice = dec("60005");  // above the bid: rests
-    EXPECT_EQ(CryptoPair::rate(sell, quote), CryptoPair::makerRate());
-    EXPECT_GT(CryptoPair::takerRate(), CryptoPair::makerRate());
-
+                     .type = OrderType::market, .timeInForce = TimeInForce::goodTillCancelled};
     EXPECT_EQ(CryptoPair::timeInForceProblem(buy), std::nullopt);
     buy.timeInForce = TimeInForce::day;
     EXPECT_EQ(CryptoPair::timeInForceProblem(buy),
               QStringLiteral("a coin order stays until you cancel it, or fills now or not at all: there's no "
                              "trading day for it to end with."));
-}
-
-TEST(OptionContracts, DerivedPricesAndDays) {
-    const Date expiry = *OptionSymbol::expiryDate(2026, 1, 16);
-    OptionContract put{.id = QStringLiteral("AAPL260116P00190000"), .underlying = QStringLiteral("AAPL"),
-                       .right = OptionRight::put, .strike = dec("190"), .expiry = expiry, .bid = dec("3.1"),
-                       .ask = dec("3.3"), .last = dec("3.2")};
-    EXPECT_EQ(put.buyPrice(), dec("3.3"));
-    EXPECT_EQ(put.costPerContract(), dec("330"));
-    EXPECT_EQ(put.breakEven(), dec("186.7"));  // a put breaks even below its strike
-    put.ask = dec("0");
-    EXPECT_EQ(put.buyPrice(), dec("3.2"));  // no real ask: the last price
-    put.ask.reset();
-    EXPECT_EQ(put.buyPrice(), dec("3.2"));
-    OptionContract call = put;
-    call.right = OptionRight::call;
-    EXPECT_EQ(call.breakEven(), dec("193.2"));
-
-    EXPECT_EQ(put.daysToExpiry(*Date::parseIso(u"2026-01-13T15:00:00Z")), 3);
-    EXPECT_EQ(put.daysToExpiry(*Date::parseIso(u"2026-01-16T20:00:00Z")), 0);
-    EXPECT_EQ(put.daysToExpiry(*Date::parseIso(u"2026-02-01T12:00:00Z")), 0);  // never below zero
 }
 
 TEST(HeldRefusalWords, SayWhatIsHeldAndWhatToDo) {

@@ -1,4 +1,3 @@
-#include "market/CryptoPair.h"
 #include "market/NewYorkCalendar.h"
 #include "market/OptionSymbol.h"
 
@@ -9,14 +8,12 @@ namespace {
 
 Decimal dec(const char* text) { return *Decimal::parse(std::string_view(text)); }
 
-TEST(OptionSymbols, WriteStrikesInEightDigitsOfThousandths) {
+TEST(OptionSymbols, WriteStrikesInThousandthsAndReadBack) {
     OptionSymbol call{QStringLiteral("AAPL"), *OptionSymbol::expiryDate(2026, 1, 16), OptionRight::call, dec("190")};
     EXPECT_EQ(call.occ(), QStringLiteral("AAPL260116C00190000"));
     OptionSymbol put{QStringLiteral("F"), *OptionSymbol::expiryDate(2027, 12, 17), OptionRight::put, dec("2.5")};
     EXPECT_EQ(put.occ(), QStringLiteral("F271217P00002500"));
-}
 
-TEST(OptionSymbols, RoundTripForFractionalStrikesAndShortAndLongUnderlyings) {
     const char* underlyings[] = {"F", "GM", "IBM", "AAPL", "GOOGL", "BRKB12"};
     const char* strikes[] = {"0.5", "2.5", "12.125", "190", "1234.567", "99999.999"};
     for (const char* u : underlyings) {
@@ -69,26 +66,6 @@ TEST(OptionSymbols, ForgivePaddingAndCaseButRefuseNonsense) {
     for (const char* text : nonsense) {
         EXPECT_EQ(OptionSymbol::parse(QString::fromLatin1(text)), std::nullopt) << text;
     }
-}
-
-TEST(CryptoPairs, RecogniseNormaliseAndSplit) {
-    EXPECT_TRUE(CryptoPair::isPair(QStringLiteral("BTC/USD")));
-    EXPECT_TRUE(CryptoPair::isPair(QStringLiteral("eth/usdt")));
-    EXPECT_TRUE(CryptoPair::isPair(QStringLiteral("SOL/BTC")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("BTCUSD")));  // a pair is written with its slash
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("AAPL")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("BTC/EUR")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("BTC/")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("/USD")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("USD/USD")));
-    EXPECT_FALSE(CryptoPair::isPair(QStringLiteral("B-C/USD")));
-
-    EXPECT_EQ(CryptoPair::normalized(QStringLiteral(" btc/usd ")), QStringLiteral("BTC/USD"));
-    EXPECT_EQ(CryptoPair::normalized(QStringLiteral("BTCUSD")), QStringLiteral("BTC/USD"));
-    EXPECT_EQ(CryptoPair::normalized(QStringLiteral("ETHUSDT")), QStringLiteral("ETH/USDT"));
-    EXPECT_EQ(CryptoPair::normalized(QStringLiteral("AAPL")), QStringLiteral("AAPL"));
-    EXPECT_EQ(CryptoPair::baseOf(QStringLiteral("DOGE/USD")), QStringLiteral("DOGE"));
-    EXPECT_EQ(CryptoPair::baseOf(QStringLiteral("DOGE")), std::nullopt);
 }
 
 }  // namespace

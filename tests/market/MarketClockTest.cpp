@@ -85,21 +85,5 @@ TEST(MarketClockHours, EveryDayFrom2026To2028FollowsTheTables) {
     EXPECT_EQ(sessions, 261 + 261 + 260 - 29);  // the weekdays of 2026, 2027 and 2028, less the holidays
 }
 
-TEST(NewYorkDays, DayNumbersAndCivilDatesAgree) {
-    // 23:30 in New York on 31 December is already 1 January in UTC, and still the 31st here.
-    const Date lateEvening = newYork(2026, 12, 31, 23, 30);
-    const auto days = NewYorkCalendar::dayNumbers({lateEvening, newYork(1970, 1, 1, 0, 0)});
-    EXPECT_EQ(days[1], 0);
-    EXPECT_EQ(NewYorkCalendar::civil(days[0]), (NewYorkCalendar::Civil{2026, 12, 31}));
-    // QDate has no year 0, so the comparison stays in the Common Era.
-    for (long long d = -600000; d <= 800000; d += 997) {
-        const QDate expected = QDate(1970, 1, 1).addDays(d);
-        const auto c = NewYorkCalendar::civil(d);
-        ASSERT_EQ(c, (NewYorkCalendar::Civil{expected.year(), expected.month(), expected.day()})) << d;
-    }
-    EXPECT_EQ(NewYorkCalendar::civil(-1), (NewYorkCalendar::Civil{1969, 12, 31}));
-    EXPECT_EQ(NewYorkCalendar::civil(11016), (NewYorkCalendar::Civil{2000, 2, 29}));
-}
-
 }  // namespace
 }  // namespace tavix

@@ -1,4 +1,3 @@
-#include "market/Order.h"
 #include "market/OrderRequest.h"
 
 #include <gtest/gtest.h>
@@ -47,16 +46,14 @@ TEST(OrderRequestChecks, PricingProblemsComeInTheirFixedOrder) {
     EXPECT_EQ(r.pricingProblem(), std::nullopt);
 }
 
-TEST(OrderRequestChecks, SharesMustBeWholeAndPositive) {
+TEST(OrderRequestChecks, SharesMustBeWholeAndPositiveCoinsMayBeFractional) {
     EXPECT_EQ(shares("2.5").shareProblem(),
               QStringLiteral("Tavix buys whole shares only, and 2.5 isn't a whole number."));
     EXPECT_EQ(shares("0").shareProblem(), QStringLiteral("the number of shares has to be more than zero."));
     EXPECT_EQ(shares("-3").shareProblem(), QStringLiteral("the number of shares has to be more than zero."));
     EXPECT_EQ(shares("3.000").shareProblem(), std::nullopt);  // whole however it is written
     EXPECT_EQ(shares("100").shareProblem(), std::nullopt);
-}
-
-TEST(OrderRequestChecks, CoinAmountsMayBeFractionalButGoThroughTheCryptoRules) {
+    // Coin amounts may be fractional but go through the crypto rules.
     auto r = coins();
     EXPECT_EQ(r.shareProblem(), std::nullopt);
     r.quantity = dec("0");
@@ -90,78 +87,6 @@ TEST(OrderRequestChecks, CryptoProblemsComeInTheirFixedOrder) {
     EXPECT_EQ(r.cryptoProblem(), QStringLiteral("crypto orders are good-till-cancelled or immediate-or-cancel."));
     r.timeInForce = TimeInForce::immediateOrCancel;
     EXPECT_EQ(r.cryptoProblem(), std::nullopt);
-}
-
-TEST(OrderRequestChecks, ExitPairIsOnlyForHeldShares) {
-    auto r = shares("10", OrderType::limit);
-    r.side = OrderSide::sell;
-    r.takeProfit = dec("200");
-    r.stopLoss = dec("150");
-    EXPECT_TRUE(r.isExitPair());
-    r.side = OrderSide::buy;  // a buy with both exits is an entry with a bracket
-    EXPECT_FALSE(r.isExitPair());
-    r.side = OrderSide::sell;
-    r.stopLoss.reset();
-    EXPECT_FALSE(r.isExitPair());
-    r.stopLoss = dec("150");
-    r.assetType = AssetType::option;
-    EXPECT_FALSE(r.isExitPair());
-}
-
-TEST(OrderRecords, OpenStatusesAndLegs) {
-    for (auto status : allCases<OrderStatus>()) {
-        Order o{.status = status};
-        const bool open = status == OrderStatus::pending || status == OrderStatus::working ||
-                          status == OrderStatus::partiallyFilled;
-        EXPECT_EQ(o.isOpen(), open) << enumName(status);
-    }
-    Order parent{.id = QStringLiteral("1")};
-    EXPECT_EQ(parent.takeProfitLeg(), nullptr);
-    parent.legs = {Order{.id = QStringLiteral("2"), .type = OrderType::stop},
-                   Order{.id = QStringLiteral("3"), .type = OrderType::limit},
-                   Order{.id = QStringLiteral("4"), .type = OrderType::limit}};
-    ASSERT_TRUE(parent.takeProfitLeg() && parent.stopLossLeg());
-    EXPECT_EQ(parent.takeProfitLeg()->id, QStringLiteral("3"));
-    EXPECT_EQ(parent.stopLossLeg()->id, QStringLiteral("2"));
-}
-
-TEST(OrderRecords, FillsAreBuiltFromFilledOrdersAndTheirLegs) {
-    Order entry{.id = QStringLiteral("10"), .symbol = QStringLiteral("AAPL260116C00190000"),
-                .assetType = AssetType::option, .side = OrderSide::buyToOpen, .status = OrderStatus::filled,
-                .quantity = dec("2"), .filledQuantity = dec("2"), .averageFillPrice = dec("3.45"),
-                .enteredAt = Date(100), .closedAt = Date(160)};
-    Order exitLeg{.id = QStringLiteral("11"), .symbol = entry.symbol, .assetType = AssetType::option,
-                  .side = OrderSide::sellToClose, .type = OrderType::limit,
-                  .status = OrderStatus::partiallyFilled, .quantity = dec("2"), .filledQuantity = dec("1"),
-                  .averageFillPrice = dec("4.10"), .enteredAt = Date(170)};
-    Order unfilledLeg{.id = QStringLiteral("12"), .type = OrderType::stop, .quantity = dec("2")};
-    Order noPrice{.id = QStringLiteral("13"), .filledQuantity = dec("5")};  // no average price: no fill
-    entry.legs = {exitLeg, unfilledLeg};
-
-    auto fills = Fill::fromOrders({entry, noPrice});
-    ASSERT_EQ(fills.size(), 2U);
-    EXPECT_EQ(fills[0].price, dec("3.45"));
-    EXPECT_EQ(fills[0].time, Date(160));  // closing time first
-    EXPECT_EQ(fills[0].multiplier(), 100);
-    EXPECT_EQ(fills[0].underlying(), QStringLiteral("AAPL"));
-    EXPECT_EQ(fills[1].orderID, QStringLiteral("11"));
-    EXPECT_EQ(fills[1].quantity, dec("1"));
-    EXPECT_EQ(fills[1].time, Date(170));  // else the entry time
-
-    EXPECT_EQ(Fill{.symbol = QStringLiteral("MSFT")}.multiplier(), 1);
-}
-
-TEST(MarketEnums, NamesRoundTripAndIntervalsHaveFixedLengths) {
-    EXPECT_EQ(enumName(OrderSide::buyToCover), "buyToCover");
-    EXPECT_EQ(enumFromName<OrderType>("stopLimit"), OrderType::stopLimit);
-    EXPECT_EQ(enumFromName<OrderType>("StopLimit"), std::nullopt);
-    EXPECT_EQ(seconds(CandleInterval::monthly), 2592000);
-    EXPECT_TRUE(isBuiltFromTrades(CandleInterval::oneSecond));
-    EXPECT_FALSE(isBuiltFromTrades(CandleInterval::oneMinute));
-    int buys = 0;
-    for (auto side : allCases<OrderSide>()) buys += isBuy(side) ? 1 : 0;
-    EXPECT_EQ(buys, 4);
-    EXPECT_TRUE(isBuy(OrderSide::buyToCover));
 }
 
 }  // namespace

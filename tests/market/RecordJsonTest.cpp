@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <map>
+#include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using namespace tavix;
@@ -16,26 +20,30 @@ Decimal dec(std::string_view text) {
 const Date opened = Date::fromSeconds(1772461800.125);
 const Date closed = Date::fromSeconds(1772462100);
 
-// Through text and back, as records are saved and loaded.
-template <class T>
-T roundTrip(const T& value) {
-    return decodeJson<T>(Json::parse(toJson(value).serialize()));
+// Each value through text and back, as records are saved and loaded.
+template <class... T>
+void expectRoundTrips(const T&... values) {
+    auto one = [](const auto& value) {
+        using Value = std::decay_t<decltype(value)>;
+        SCOPED_TRACE(toJson(value).serializeStd());
+        EXPECT_EQ(decodeJson<Value>(Json::parse(toJson(value).serialize())), value);
+    };
+    (one(values), ...);
 }
 
-std::vector<std::string> keys(const Json& json) {
-    std::vector<std::string> out;
-    for (const auto& member : json.members()) out.push_back(member.first);
-    return out;
-}
-
-template <class T>
-std::string decodeError(std::string_view text) {
+std::string decodeError(const Json& json, auto& out) {
     try {
-        decodeJson<T>(Json::parse(text));
+        fromJson(json, out);
     } catch (const JsonError& e) {
         return e.what();
     }
     return "no error";
+}
+
+template <class T>
+std::string decodeError(std::string_view text) {
+    T out;
+    return decodeError(Json::parse(text), out);
 }
 
 Order sellLeg(const char* id, OrderType type, OrderStatus status) {
@@ -70,84 +78,57 @@ Order bracketOrder() {
     return entry;
 }
 
-TEST(RecordJsonRoundTrip, AccountRecords) {
+TEST(RecordJsonRoundTrip, EveryRecordAndValueSurvivesTextAndBack) {
     const BrokerAccount full{QStringLiteral("hash-1"), QStringLiteral("****1234"),
                              QStringLiteral(u"Spielgeld €"), QStringLiteral("margin"), true};
     const BrokerAccount bare{QStringLiteral("hash-2"), QStringLiteral("****9"), std::nullopt, std::nullopt,
                              false};
-    EXPECT_EQ(roundTrip(full), full);
-    EXPECT_EQ(roundTrip(bare), bare);
-
     const Balance balance{dec("1000.01"), dec("4000.04"), dec("25000"),
                           dec("-12.5"),   dec("-0.05"),   std::nullopt};
-    EXPECT_EQ(roundTrip(balance), balance);
     const Position position{QStringLiteral("AAPL  260320C00200000"), AssetType::option, dec("-3"),
                             dec("4.35"), dec("-1305"), dec("0.000000001"), dec("12"), dec("-3")};
-    EXPECT_EQ(roundTrip(position), position);
     const Position barePosition{.symbol = QStringLiteral("X"), .assetType = AssetType::crypto};
-    EXPECT_EQ(roundTrip(barePosition), barePosition);
-}
+    expectRoundTrips(full, bare, balance, position, barePosition);
 
-TEST(RecordJsonRoundTrip, PriceRecords) {
     const Quote quote{QStringLiteral("BRK.B"), dec("412.345"), dec("412.3"), dec("412.4"), dec("410"),
                       dec("415.5"), dec("409.99"), dec("408.1"), 9007199254740993, opened};
-    EXPECT_EQ(roundTrip(quote), quote);
     const Quote lastOnly{.symbol = QStringLiteral("X"), .last = dec("1e-7"), .asOf = closed};
-    EXPECT_EQ(roundTrip(lastOnly), lastOnly);
-
     const Candle candle{opened, dec("1.1"), dec("1.25"), dec("1.05"), dec("1.2"), 123456789012};
-    EXPECT_EQ(roundTrip(candle), candle);
-    const DateRange range{opened, closed};
-    EXPECT_EQ(roundTrip(range), range);
     const OptionContract contract{QStringLiteral("AAPL  260320C00200000"), QStringLiteral("AAPL"),
                                   OptionRight::put, dec("200"), Date::fromSeconds(1773964800), dec("4.3"),
                                   dec("4.4"), dec("4.35"), dec("-0.0521"), dec("-0.45"), dec("0.2875"),
                                   15000, 10};
-    EXPECT_EQ(roundTrip(contract), contract);
-
     const CoinRules rules{dec("0.000000001"), dec("0.000000001"), dec("0.01")};
-    EXPECT_EQ(roundTrip(rules), rules);
-}
+    expectRoundTrips(quote, lastOnly, candle, DateRange{opened, closed}, contract, rules);
 
-TEST(RecordJsonRoundTrip, OrderRecords) {
     const OrderRequest request{QStringLiteral("AAPL"), AssetType::equity, OrderSide::sellShort, dec("12"),
                                OrderType::stopLimit, dec("99.5"), dec("100"), TimeInForce::fillOrKill,
                                OrderSession::extended, dec("90"), dec("105"), dec("0.5"),
                                QStringLiteral("mine-1")};
-    EXPECT_EQ(roundTrip(request), request);
-    EXPECT_EQ(roundTrip(OrderRequest{}), OrderRequest{});
-
-    const Order order = bracketOrder();
-    const Order back = roundTrip(order);
-    EXPECT_EQ(back, order);
-    ASSERT_EQ(back.legs.size(), 2u);
-    EXPECT_EQ(back.legs[1].legs.at(0).replacedBy, QStringLiteral("o-5"));
-    EXPECT_EQ(roundTrip(Order{}), Order{});
-
     const Fill fill{QStringLiteral("98765432109876543210"), QStringLiteral("o-1"), QStringLiteral("BTC/USD"),
                     AssetType::crypto, OrderSide::buy, dec("0.000123"), dec("64000.12"), opened,
                     dec("0.0025")};
-    EXPECT_EQ(roundTrip(fill), fill);
     const Fill bareFill{.id = QStringLiteral("f"), .time = closed};
-    EXPECT_EQ(roundTrip(bareFill), bareFill);
-
     const OrderPreview preview{
         request, dec("99.5"), dec("1194"), dec("0"), dec("2806.01"),
         {QStringLiteral("Outside regular hours."), QStringLiteral(u"Short sale: “borrow”")}};
-    EXPECT_EQ(roundTrip(preview), preview);
-}
+    expectRoundTrips(request, OrderRequest{}, bracketOrder(), Order{}, fill, bareFill, preview);
 
-TEST(RecordJsonRoundTrip, ListRecords) {
     const SymbolMatch match{QStringLiteral("MSFT"), QStringLiteral("Microsoft Corp"), true};
-    EXPECT_EQ(roundTrip(match), match);
-    EXPECT_EQ(roundTrip(std::vector<SymbolMatch>{match, SymbolMatch{}}),
-              (std::vector<SymbolMatch>{match, SymbolMatch{}}));
-
     const RemoteWatchlist list{QStringLiteral("wl-1"), QStringLiteral("Tech"),
                                {QStringLiteral("MSFT"), QStringLiteral("AAPL"), QStringLiteral("NVDA")}};
-    EXPECT_EQ(roundTrip(list), list);
     const RemoteWatchlist unsaved{std::nullopt, QStringLiteral("New"), {}};
-    EXPECT_EQ(roundTrip(unsaved), unsaved);
+    expectRoundTrips(match, std::vector<SymbolMatch>{match, SymbolMatch{}}, list, unsaved);
+
+    // The plain values records are made of.
+    expectRoundTrips(dec("-0.00000001"), dec("12345678901234567890123"), Date::fromSeconds(1772461800.25),
+                     std::numeric_limits<int>::min(), std::int64_t{9007199254740993},
+                     std::numeric_limits<long long>::max(), 1e-300, true, OrderStatus::partiallyFilled,
+                     QStringList{QStringLiteral("AAPL"), QStringLiteral(u"BRK.B"), QStringLiteral(u"ü")},
+                     std::vector<Decimal>{dec("1.5"), dec("0.0001")},
+                     std::set<QString>{QStringLiteral("b"), QStringLiteral("a")},
+                     std::map<QString, Decimal>{{QStringLiteral("MSFT"), dec("410.2")},
+                                                {QStringLiteral("AAPL"), dec("1")}});
 }
 
 TEST(RecordJsonShape, KeysAreFieldNamesAbsentOptionalsLeftOutEnumsByName) {
@@ -159,20 +140,15 @@ TEST(RecordJsonShape, KeysAreFieldNamesAbsentOptionalsLeftOutEnumsByName) {
     EXPECT_EQ(toJson(quote).serializeStd(),
               R"({"symbol":"AAPL","last":123.45,"bid":123.4,"volume":1200,"asOf":"2026-03-02T14:30:00Z"})");
 
-    const Json order = toJson(bracketOrder());
-    EXPECT_EQ(keys(order), (std::vector<std::string>{"id", "accountID", "symbol", "assetType", "side", "type",
-                                                     "status", "quantity", "filledQuantity", "limitPrice",
-                                                     "averageFillPrice", "enteredAt", "closedAt", "legs",
-                                                     "clientOrderID", "timeInForce", "extendedHours"}));
-    EXPECT_EQ(order.at("status").stringUtf8(), "partiallyFilled");
-    EXPECT_TRUE(order.at("extendedHours").isBool());
-    EXPECT_EQ(order.at("averageFillPrice").numberText(), "199.9975");
-    EXPECT_EQ(order.at("legs").items()[1].at("legs").items()[0].at("type").stringUtf8(), "trailingStop");
-
     const OrderRequest request{.symbol = QStringLiteral("SPY"), .quantity = dec("1")};
     EXPECT_EQ(toJson(request).serializeStd(),
               R"({"symbol":"SPY","assetType":"equity","side":"buy","quantity":1,"type":"market",)"
               R"("timeInForce":"day","session":"regular"})");
+
+    EXPECT_EQ(toJson(Date::fromSeconds(1772461800.25)).stringUtf8(), "2026-03-02T14:30:00.25Z");
+    const std::map<QString, Decimal> marks = {{QStringLiteral("MSFT"), dec("410.2")},
+                                              {QStringLiteral("AAPL"), dec("1")}};
+    EXPECT_EQ(toJson(marks).serializeStd(), R"({"AAPL":1,"MSFT":410.2})");
 }
 
 TEST(RecordJsonDecode, ReadsFlexibleDecimalsAndLeavesOutEmptyLists) {
@@ -188,6 +164,7 @@ TEST(RecordJsonDecode, ReadsFlexibleDecimalsAndLeavesOutEmptyLists) {
         R"("status":"filled","quantity":5,"filledQuantity":5,"limitPrice":null,"brokerExtra":{"x":1}})"));
     EXPECT_TRUE(order.legs.empty());
     EXPECT_FALSE(order.limitPrice.has_value());
+    EXPECT_EQ(decodeJson<Date>(Json("2026-03-02T09:30:00-05:00")), Date::fromSeconds(1772461800));
 }
 
 TEST(RecordJsonDecode, ErrorsNameTheRecordAndField) {
@@ -215,6 +192,30 @@ TEST(RecordJsonDecode, ErrorsNameTheRecordAndField) {
     Quote kept{.symbol = QStringLiteral("KEEP"), .last = dec("1")};
     EXPECT_THROW(fromJson(Json::parse(R"({"symbol":"NEW","last":"x"})"), kept), JsonError);
     EXPECT_EQ(kept.symbol, QStringLiteral("KEEP"));
+}
+
+TEST(RecordJsonDecode, ValuesRefuseWhatTheyCannotReadAndKeepTheirOldValue) {
+    Decimal kept = dec("7");
+    EXPECT_EQ(decodeError(Json::parse(R"("12,5")"), kept), "expected a decimal number in the string");
+    EXPECT_NE(decodeError(Json::parse(R"("")"), kept), "no error");
+    EXPECT_NE(decodeError(Json::parse("true"), kept), "no error");
+    EXPECT_NE(decodeError(Json::parse("null"), kept), "no error");
+    EXPECT_EQ(kept, dec("7"));
+
+    Date date;
+    EXPECT_NE(decodeError(Json(1772461800), date), "no error");  // seconds are not a date here
+    int small = 0;
+    EXPECT_EQ(decodeError(Json::parse("2147483648"), small), "a whole number out of the 32-bit range");
+    EXPECT_THROW(toJson(std::numeric_limits<double>::quiet_NaN()), JsonError);
+
+    const std::vector<Decimal> prices = {dec("1.5"), dec("0.0001")};
+    std::vector<Decimal> keptPrices = prices;
+    EXPECT_EQ(decodeError(Json::parse(R"([2, "x", 3])"), keptPrices),
+              "[1] expected a decimal number in the string");
+    EXPECT_EQ(keptPrices, prices);  // a failed read replaces nothing
+    std::map<QString, Decimal> marks;
+    EXPECT_EQ(decodeError(Json::parse(R"({"AAPL":1,"MSFT":"x"})"), marks),
+              R"(["MSFT"] expected a decimal number in the string)");
 }
 
 }  // namespace

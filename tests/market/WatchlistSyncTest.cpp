@@ -1,7 +1,6 @@
-#include "market/Broker.h"
 #include "market/WatchlistSync.h"
 
-#include "support/Await.h"
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -14,20 +13,18 @@ QStringList list(std::initializer_list<const char*> symbols) {
     return out;
 }
 
-TEST(WatchlistMerge, WithoutABaseTheListsAreUnited) {
+TEST(WatchlistMerge, AdditionsFromEitherSideAreKeptAndRemovalsWin) {
     auto plan = WatchlistSync::plan(list({"AAPL", "MSFT"}), list({"TSLA", "AAPL"}), std::nullopt);
     EXPECT_EQ(plan.target, list({"AAPL", "MSFT", "TSLA"}));
     EXPECT_EQ(plan.addRemote, list({"MSFT"}));
-    EXPECT_TRUE(plan.removeRemote.isEmpty());
-}
+    EXPECT_TRUE(plan.removeRemote.isEmpty());  // without a base the lists are united
 
-TEST(WatchlistMerge, AdditionsFromEitherSideAreKeptAndRemovalsWin) {
     const auto base = list({"AAPL", "MSFT", "NVDA", "SPY"});
     // Local removed MSFT and added AMD; the broker removed SPY and added TSLA; NVDA was removed
     // on one side only and must not come back.
     const auto local = list({"AMD", "AAPL", "NVDA", "SPY"});
     const auto remote = list({"AAPL", "MSFT", "TSLA"});
-    auto plan = WatchlistSync::plan(local, remote, base);
+    plan = WatchlistSync::plan(local, remote, base);
     EXPECT_EQ(plan.target, list({"AMD", "AAPL", "TSLA"}));
     EXPECT_EQ(plan.addRemote, list({"AMD"}));
     EXPECT_EQ(plan.removeRemote, list({"MSFT"}));
@@ -73,49 +70,6 @@ TEST(WatchlistMerge, NeverLosesAnAdditionNorResurrectsARemoval) {
                   QSet<QString>(plan.target.begin(), plan.target.end()))
             << mask;
     }
-}
-
-// A broker whose own watchlist records each call, so the default replace can be watched.
-class ListBroker : public Broker {
-public:
-    BrokerID id() const override { return BrokerID{QStringLiteral("list")}; }
-    QString displayName() const override { return QStringLiteral("List"); }
-    BrokerCapabilities capabilities() const override { return {}; }
-    FeeSchedule fees() const override { return FeeSchedule::free(); }
-    QCoro::Task<bool> isConnected() override { co_return true; }
-    QCoro::Task<void> connect() override { co_return; }
-    QCoro::Task<void> disconnect() override { co_return; }
-    QCoro::Task<std::vector<BrokerAccount>> accounts() override { co_return {}; }
-    QCoro::Task<Balance> balance(QString) override { co_return Balance{}; }
-    QCoro::Task<std::vector<Position>> positions(QString) override { co_return {}; }
-    QCoro::Task<std::map<QString, Quote>> quotes(QStringList) override { co_return {}; }
-    QCoro::Task<std::vector<Candle>> candles(QString, CandleInterval, DateRange) override { co_return {}; }
-    QCoro::Task<Order> placeOrder(OrderRequest, QString) override { co_return Order{}; }
-    QCoro::Task<void> cancelOrder(QString, QString) override { co_return; }
-    QCoro::Task<std::vector<Order>> orders(QString, std::optional<Date>) override { co_return {}; }
-    QCoro::Task<RemoteWatchlist> addToOwnWatchlist(QString symbol, RemoteWatchlist l) override {
-        calls << QStringLiteral("+") + symbol;
-        l.symbols << symbol;
-        co_return l;
-    }
-    QCoro::Task<RemoteWatchlist> removeFromOwnWatchlist(QString symbol, RemoteWatchlist l) override {
-        calls << QStringLiteral("-") + symbol;
-        l.symbols.removeAll(symbol);
-        co_return l;
-    }
-    QStringList calls;
-};
-
-TEST(WatchlistMerge, DefaultReplaceAddsAndRemovesOneAtATime) {
-    ListBroker broker;
-    RemoteWatchlist current{QStringLiteral("w1"), QStringLiteral("Tavix"), list({"AAPL", "MSFT", "SPY"})};
-    auto result = test::await(broker.replaceOwnWatchlist(list({"NVDA", "AAPL", "SPY"}), current));
-    EXPECT_EQ(broker.calls, list({"+NVDA", "-MSFT"}));
-    EXPECT_EQ(result.id, QStringLiteral("w1"));
-    EXPECT_EQ(QSet<QString>(result.symbols.begin(), result.symbols.end()),
-              QSet<QString>({QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")}));
-    auto clock = test::await(broker.marketClock());
-    EXPECT_GT(clock.nextOpen, clock.asOf);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-// Saving and loading the practice ledger: round trips, the cache of encoded orders, files that
-// can't be read (kept aside, never overwritten) and writes that fail (the old file stays whole).
+// Saving and loading the practice ledger: round trips, files that can't be read (kept aside, never
+// overwritten) and writes that fail (the old file stays whole).
 #include "PracticeFixture.h"
-
-#include "market/JsonCodec.h"
 
 #include <QDir>
 #include <QFile>
@@ -95,60 +93,6 @@ TEST_F(LedgerStoreFiles, APracticeAccountComesBackAfterARestart) {
     EXPECT_EQ(position(acme)->quantity, Decimal(10));
 }
 
-TEST_F(LedgerStoreFiles, TheFileIsTheVersionAndTheLedgerWithKeysAsFieldNames) {
-    trade();
-    const Json saved = Json::parse(readAll(path));
-    EXPECT_EQ(saved.at("version").toInt64(), LedgerStore::version);
-    EXPECT_EQ(decodeJson<Ledger>(saved.at("ledger")), broker->ledger());
-    EXPECT_TRUE(saved.at("ledger").contains("dayRealized"));
-    const Json& someOrder = saved.at("ledger").at("book").members().front().second;
-    for (const char* key : {"request", "role", "legIDs", "armed", "status", "enteredAt", "fresh"}) {
-        EXPECT_TRUE(someOrder.contains(key)) << key;
-    }
-
-    // Written around the cache, the bytes are those of encoding the whole object at once.
-    Json whole = Json::object();
-    whole.set("version", Json(LedgerStore::version));
-    whole.set("ledger", toJson(broker->ledger()));
-    EXPECT_EQ(readAll(path), whole.serialize());
-}
-
-TEST(LedgerStore, OnlyOrdersThatChangedAreEncodedAgain) {
-    LedgerStore store(QStringLiteral("/nonexistent/unused.json"));
-    Ledger ledger = Ledger::opening();
-    for (int i = 0; i < 3; ++i) {
-        const QString id = ledger.nextID();
-        ledger.book[id] = Working{.request = stockOrder(acme, OrderSide::buy, i + 1)};
-        ledger.parents.push_back(id);
-    }
-    const QByteArray first = store.encode(ledger);
-    EXPECT_EQ(store.encodedLastTime(), 3);
-    EXPECT_EQ(store.encode(ledger), first);
-    EXPECT_EQ(store.encodedLastTime(), 0);
-
-    ledger.book[QStringLiteral("practice-2")].status = OrderStatus::cancelled;
-    const QByteArray second = store.encode(ledger);
-    EXPECT_EQ(store.encodedLastTime(), 1);
-    EXPECT_EQ(decodeJson<Ledger>(Json::parse(second).at("ledger")), ledger);
-
-    ledger.book.erase(QStringLiteral("practice-3"));
-    ledger.parents.pop_back();
-    store.encode(ledger);
-    EXPECT_EQ(store.written().size(), 2u);
-}
-
-TEST_F(LedgerStoreFiles, NothingIsWrittenWhenNothingChanged) {
-    trade();
-    orders();
-    ASSERT_TRUE(QFile::remove(path));
-    orders();
-    positions();
-    balance();
-    EXPECT_FALSE(QFile::exists(path));
-    place(limitOrder(acme, OrderSide::buy, 1, "50"));
-    EXPECT_TRUE(QFile::exists(path));
-}
-
 TEST_F(LedgerStoreFiles, AFileThatCantBeReadIsKeptAsideAndANewAccountStarts) {
     const QByteArray broken = "{\"version\":1,\"ledger\":{\"cash\":";
     broker.reset();
@@ -169,35 +113,6 @@ TEST_F(LedgerStoreFiles, AFileThatCantBeReadIsKeptAsideAndANewAccountStarts) {
     place(stockOrder(acme, OrderSide::buy, 1));
     EXPECT_TRUE(QFile::exists(path));
     EXPECT_EQ(readAll(folder.filePath(kept)), broken);
-}
-
-TEST_F(LedgerStoreFiles, FilesThatDecodeWrongAreKeptAsideToo) {
-    broker.reset();
-    const std::vector<QByteArray> files = {
-        "",                                                // empty
-        "{\"version\":99,\"ledger\":{}}",                  // from a newer Tavix
-        "{\"version\":1,\"ledger\":{\"cash\":\"lots\"}}",  // a field of the wrong kind
-        "{\"version\":1,\"ledger\":{\"cash\":5,\"holdings\":{},\"book\":{},\"parents\":[\"x\"],\"sequence\":"
-        "0}}",
-    };
-    for (const auto& bytes : files) {
-        writeAll(path, bytes);
-        makeBroker(path);
-        EXPECT_TRUE(broker->startedFresh()) << bytes.toStdString();
-        EXPECT_FALSE(QFile::exists(path));
-        broker.reset();
-    }
-    // Each one kept under its own name.
-    EXPECT_EQ(folderFiles().size(), files.size());
-
-    // A good file with a missing optional part is read.
-    writeAll(
-        path,
-        "{\"version\":1,\"ledger\":{\"cash\":5,\"holdings\":{},\"book\":{},\"parents\":[],\"sequence\":7}}");
-    makeBroker(path);
-    EXPECT_FALSE(broker->startedFresh());
-    EXPECT_EQ(broker->ledger().cash, Decimal(5));
-    EXPECT_EQ(broker->ledger().sequence, 7);
 }
 
 TEST_F(LedgerStoreFiles, AFailedWriteLeavesTheOldFileWhole) {

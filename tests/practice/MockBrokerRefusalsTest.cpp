@@ -7,111 +7,88 @@ namespace {
 
 const QString acme = QStringLiteral("ACME");
 
+OrderRequest trailing(const char* trail) {
+    auto request = stockOrder(acme, OrderSide::sell, 10, OrderType::trailingStop);
+    if (trail) request.trailAmount = dec(trail);
+    return request;
+}
+OrderRequest coin(const char* symbol, OrderSide side, const char* amount) {
+    return OrderRequest{.symbol = QString::fromUtf8(symbol),
+                        .assetType = AssetType::crypto,
+                        .side = side,
+                        .quantity = dec(amount),
+                        .timeInForce = TimeInForce::goodTillCancelled};
+}
+OrderRequest option(const char* symbol) {
+    return OrderRequest{.symbol = QString::fromUtf8(symbol),
+                        .assetType = AssetType::option,
+                        .side = OrderSide::buyToOpen,
+                        .quantity = 1};
+}
+
 class MockBrokerRefusals : public PracticeFixture {
 protected:
     void SetUp() override {
         PracticeFixture::SetUp();
         broker->pin(acme, Decimal(100));
     }
-    OrderRequest trailing(const char* trail) {
-        auto request = stockOrder(acme, OrderSide::sell, 10, OrderType::trailingStop);
-        if (trail) request.trailAmount = dec(trail);
-        return request;
-    }
-    OrderRequest coin(const QString& symbol, OrderSide side, const char* amount) {
-        return OrderRequest{.symbol = symbol,
-                            .assetType = AssetType::crypto,
-                            .side = side,
-                            .quantity = dec(amount),
-                            .timeInForce = TimeInForce::goodTillCancelled};
-    }
-    OrderRequest option(const QString& symbol) {
-        return OrderRequest{
-            .symbol = symbol, .assetType = AssetType::option, .side = OrderSide::buyToOpen, .quantity = 1};
-    }
 };
 
-TEST_F(MockBrokerRefusals, QuantityAndQuotes) {
-    EXPECT_EQ(refusalOf(stockOrder(acme, OrderSide::buy, 0)),
-              QStringLiteral("quantity must be greater than zero"));
-    EXPECT_EQ(refusalOf(stockOrder(acme, OrderSide::buy, -3)),
-              QStringLiteral("quantity must be greater than zero"));
+TEST_F(MockBrokerRefusals, EachInItsOwnWordsAtItsBoundary) {
+    broker->pin(QStringLiteral("BTC/USD"), Decimal(25000));
+    auto bought = place(coin("btc/usd", OrderSide::buy, "0.5"));
+    EXPECT_EQ(bought.symbol, QStringLiteral("BTC/USD"));  // kept in the standard form
+    orders();
+    // The last minute of trading for ACME260306 (until 16:00 New York on its last day).
+    clock = *Date::parseIso(u"2026-03-06T20:59:00Z");
+
+    auto trailWithExits = trailing("5");
+    trailWithExits.stopLoss = Decimal(80);
+    auto trailOnOption = option("ACME260417C00100000");
+    trailOnOption.type = OrderType::trailingStop;
+    trailOnOption.trailAmount = Decimal(1);
+    auto dayCoin = coin("BTC/USD", OrderSide::buy, "0.1");
+    dayCoin.timeInForce = TimeInForce::day;
+    auto stopLimit = stockOrder(acme, OrderSide::sell, 1, OrderType::stopLimit);
+    stopLimit.limitPrice = Decimal(90);
+    auto half = stockOrder(acme, OrderSide::buy, 1);
+    half.quantity = dec("2.5");
+    auto badExit = stockOrder(acme, OrderSide::buy, 1);
+    badExit.takeProfit = Decimal(0);
+    const std::pair<OrderRequest, const char*> cases[] = {
+        {trailing("25.01"), "trail_price must be <= 25% of the stock price"},
+        {trailing("25"), "accepted"},  // a quarter exactly is allowed
+        {trailing(nullptr), "A trailing stop needs how far behind the price it follows."},
+        {trailing("0"), "A trailing stop needs how far behind the price it follows."},
+        {trailWithExits, "A trailing stop goes on its own, with no exits riding on it."},
+        {trailOnOption, "Trailing stops are for shares, not options."},
+        {option("ACME123"), "ACME123 is not an option contract"},
+        // Its last day was Friday 27 February.
+        {option("ACME260227C00100000"), "ACME260227C00100000 has expired and no longer trades"},
+        {option("ACME260306C00100000"), "accepted"},
+        {coin("BTCUSD", OrderSide::buy, "1"), "BTCUSD isn't a crypto pair (one looks like BTC/USD)."},
+        {coin("ETH/USD", OrderSide::sell, "1"), "crypto can't be sold short: there's no ETH here to sell."},
+        {coin("BTC/USD", OrderSide::sell, "0.6"),
+         "crypto can't be sold short: there's only 0.5 BTC here to sell."},
+        {coin("BTC/USD", OrderSide::sell, "0.5"), "accepted"},
+        {dayCoin, "crypto orders are good-till-cancelled or immediate-or-cancel."},
+        {stockOrder(acme, OrderSide::buy, 1, OrderType::limit), "a limit order needs a limit price."},
+        {stopLimit, "a stop order needs a stop price."},
+        {half, "Tavix buys whole shares only, and 2.5 isn't a whole number."},
+        {badExit, "an exit's price has to be over zero."},
+    };
+    for (const auto& [request, words] : cases) {
+        SCOPED_TRACE(words);
+        EXPECT_EQ(refusalOf(request), QString::fromUtf8(words));
+    }
+    clock = *Date::parseIso(u"2026-03-06T21:00:00Z");
+    EXPECT_EQ(refusalOf(option("ACME260306C00100000")),
+              QStringLiteral("ACME260306C00100000 has expired and no longer trades"));
 
     broker->setBidless(acme, true);
     EXPECT_EQ(refusalOf(stockOrder(acme, OrderSide::buy, 1)),
               QStringLiteral("no available quote for symbol. please reenter with a limit"));
     EXPECT_EQ(refusalOf(limitOrder(acme, OrderSide::buy, 1, "99")), QStringLiteral("accepted"));
-    broker->setBidless(acme, false);
-    EXPECT_EQ(refusalOf(stockOrder(acme, OrderSide::buy, 1)), QStringLiteral("accepted"));
-}
-
-TEST_F(MockBrokerRefusals, TrailingStops) {
-    EXPECT_EQ(refusalOf(trailing("25.01")), QStringLiteral("trail_price must be <= 25% of the stock price"));
-    EXPECT_EQ(refusalOf(trailing(nullptr)),
-              QStringLiteral("A trailing stop needs how far behind the price it follows."));
-    EXPECT_EQ(refusalOf(trailing("0")),
-              QStringLiteral("A trailing stop needs how far behind the price it follows."));
-
-    auto withExits = trailing("5");
-    withExits.stopLoss = Decimal(80);
-    EXPECT_EQ(refusalOf(withExits),
-              QStringLiteral("A trailing stop goes on its own, with no exits riding on it."));
-
-    auto onOption = option(QStringLiteral("ACME260417C00100000"));
-    onOption.type = OrderType::trailingStop;
-    onOption.trailAmount = Decimal(1);
-    EXPECT_EQ(refusalOf(onOption), QStringLiteral("Trailing stops are for shares, not options."));
-
-    EXPECT_EQ(refusalOf(trailing("25")), QStringLiteral("accepted"));  // a quarter exactly is allowed
-}
-
-TEST_F(MockBrokerRefusals, OptionContracts) {
-    EXPECT_EQ(refusalOf(option(QStringLiteral("ACME123"))),
-              QStringLiteral("ACME123 is not an option contract"));
-    // Its last day was Friday 27 February; the clock is on 4 March.
-    EXPECT_EQ(refusalOf(option(QStringLiteral("ACME260227C00100000"))),
-              QStringLiteral("ACME260227C00100000 has expired and no longer trades"));
-    // Trading until 16:00 New York on its last day.
-    clock = *Date::parseIso(u"2026-03-06T20:59:00Z");
-    EXPECT_EQ(refusalOf(option(QStringLiteral("ACME260306C00100000"))), QStringLiteral("accepted"));
-    clock = *Date::parseIso(u"2026-03-06T21:00:00Z");
-    EXPECT_EQ(refusalOf(option(QStringLiteral("ACME260306C00100000"))),
-              QStringLiteral("ACME260306C00100000 has expired and no longer trades"));
-}
-
-TEST_F(MockBrokerRefusals, Coins) {
-    EXPECT_EQ(refusalOf(coin(QStringLiteral("BTCUSD"), OrderSide::buy, "1")),
-              QStringLiteral("BTCUSD isn't a crypto pair (one looks like BTC/USD)."));
-    EXPECT_EQ(refusalOf(coin(QStringLiteral("ETH/USD"), OrderSide::sell, "1")),
-              QStringLiteral("crypto can't be sold short: there's no ETH here to sell."));
-
-    broker->pin(QStringLiteral("BTC/USD"), Decimal(25000));
-    auto bought = place(coin(QStringLiteral("btc/usd"), OrderSide::buy, "0.5"));
-    EXPECT_EQ(bought.symbol, QStringLiteral("BTC/USD"));  // kept in the standard form
-    orders();
-    EXPECT_EQ(refusalOf(coin(QStringLiteral("BTC/USD"), OrderSide::sell, "0.6")),
-              QStringLiteral("crypto can't be sold short: there's only 0.5 BTC here to sell."));
-    EXPECT_EQ(refusalOf(coin(QStringLiteral("BTC/USD"), OrderSide::sell, "0.5")), QStringLiteral("accepted"));
-
-    // The record's own coin checks run too.
-    auto dayOrder = coin(QStringLiteral("BTC/USD"), OrderSide::buy, "0.1");
-    dayOrder.timeInForce = TimeInForce::day;
-    EXPECT_EQ(refusalOf(dayOrder),
-              QStringLiteral("crypto orders are good-till-cancelled or immediate-or-cancel."));
-}
-
-TEST_F(MockBrokerRefusals, TheRecordsOwnChecks) {
-    EXPECT_EQ(refusalOf(stockOrder(acme, OrderSide::buy, 1, OrderType::limit)),
-              QStringLiteral("a limit order needs a limit price."));
-    auto stopLimit = stockOrder(acme, OrderSide::sell, 1, OrderType::stopLimit);
-    stopLimit.limitPrice = Decimal(90);
-    EXPECT_EQ(refusalOf(stopLimit), QStringLiteral("a stop order needs a stop price."));
-    auto half = stockOrder(acme, OrderSide::buy, 1);
-    half.quantity = dec("2.5");
-    EXPECT_EQ(refusalOf(half), QStringLiteral("Tavix buys whole shares only, and 2.5 isn't a whole number."));
-    auto badExit = stockOrder(acme, OrderSide::buy, 1);
-    badExit.takeProfit = Decimal(0);
-    EXPECT_EQ(refusalOf(badExit), QStringLiteral("an exit's price has to be over zero."));
 }
 
 TEST_F(MockBrokerRefusals, TravelAsInvalidOrderWithTheRawWordsAndBookNothing) {

@@ -68,11 +68,9 @@ protected:
     std::vector<Order> orders() { return await(broker->orders(account(), std::nullopt)); }
     Order order(const QString& id) { return await(broker->order(id, account())); }
     void cancel(const QString& id) { await(broker->cancelOrder(id, account())); }
-    std::vector<Position> positions() { return await(broker->positions(account())); }
-    Balance balance() { return await(broker->balance(account())); }
     Quote quote(const QString& symbol) { return await(broker->quotes({symbol})).at(symbol); }
     std::optional<Position> position(const QString& symbol) {
-        for (auto& p : positions()) {
+        for (auto& p : await(broker->positions(account()))) {
             if (p.symbol == symbol) return p;
         }
         return std::nullopt;

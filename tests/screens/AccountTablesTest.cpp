@@ -1,10 +1,8 @@
 #include "WindowFixture.h"
 
-#include "practice/MockBroker.h"
 #include "screens/MoneyText.h"
 #include "screens/OrdersTableModel.h"
 #include "screens/PositionsTableModel.h"
-#include "screens/Theme.h"
 
 #include <QTableView>
 
@@ -13,43 +11,6 @@ namespace {
 
 Decimal dec(const char* text) {
     return *Decimal::parse(text);
-}
-
-TEST(MoneyTextTest, GroupsThousandsRoundsToCentsAndSigns) {
-    EXPECT_EQ(moneyText(dec("100000")), QStringLiteral("$100,000.00"));
-    EXPECT_EQ(moneyText(dec("1234567.891")), QStringLiteral("$1,234,567.89"));
-    EXPECT_EQ(moneyText(dec("999.995")), QStringLiteral("$1,000.00"));
-    EXPECT_EQ(moneyText(dec("-3.1")), QStringLiteral("-$3.10"));
-    EXPECT_EQ(moneyText(dec("-0.004")), QStringLiteral("$0.00"));
-    EXPECT_EQ(signedMoneyText(dec("12.3")), QStringLiteral("+$12.30"));
-    EXPECT_EQ(signedMoneyText(dec("-1234.5")), QStringLiteral("-$1,234.50"));
-    EXPECT_EQ(signedMoneyText(dec("0.001")), QStringLiteral("$0.00"));
-    EXPECT_EQ(quantityText(dec("1250")), QStringLiteral("1,250"));
-    EXPECT_EQ(quantityText(dec("-0.0125")), QStringLiteral("-0.0125"));
-    EXPECT_EQ(quantityText(dec("123")), QStringLiteral("123"));
-}
-
-TEST(OrderPricesTextTest, SaysWhichPriceIsWhich) {
-    Order order;
-    EXPECT_EQ(OrdersTableModel::pricesText(order), QStringLiteral("—"));
-    order.type = OrderType::limit;
-    order.limitPrice = dec("101");
-    EXPECT_EQ(OrdersTableModel::pricesText(order), QStringLiteral("101.00"));
-    order.type = OrderType::stopLimit;
-    order.stopPrice = dec("99.5");
-    EXPECT_EQ(OrdersTableModel::pricesText(order), QStringLiteral("101.00, stop 99.50"));
-    order = Order{};
-    order.type = OrderType::trailingStop;
-    order.trailAmount = dec("2");
-    EXPECT_EQ(OrdersTableModel::pricesText(order), QStringLiteral("trail 2.00"));
-}
-
-TEST(OrderSubmittedTextTest, ShowsTheDayOnlyForAnotherDay) {
-    const Date at = *Date::parseIso(QStringLiteral("2026-03-02T15:04:05Z"));
-    const QString sameDay = OrdersTableModel::submittedText(at, at + 60);
-    EXPECT_EQ(sameDay.size(), 8) << sameDay.toStdString();  // HH:mm:ss
-    const QString earlier = OrdersTableModel::submittedText(at, at + 3 * 86400);
-    EXPECT_TRUE(earlier.contains(QStringLiteral("Mar"))) << earlier.toStdString();
 }
 
 class AccountTablesTest : public WindowFixture {

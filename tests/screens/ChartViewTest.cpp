@@ -4,8 +4,6 @@
 #include "screens/Theme.h"
 
 #include <QImage>
-#include <QLabel>
-#include <QToolButton>
 
 namespace tavix::test {
 namespace {
@@ -46,33 +44,6 @@ TEST_F(ChartViewTest, PaintsTheSelectedSymbolsCandles) {
     // Another symbol empties the chart until its candles come, and the title follows.
     model->switchTo(QStringLiteral("MSFT"));
     EXPECT_EQ(text("chartTitle"), QStringLiteral("MSFT"));
-}
-
-TEST_F(ChartViewTest, TheIntervalButtonsFollowAndSetTheModel) {
-    openStarted();
-    auto* fiveMinutes = find<QToolButton>("interval-5m");
-    auto* hour = find<QToolButton>("interval-1h");
-    ASSERT_TRUE(fiveMinutes && hour);
-    EXPECT_EQ(model->chartInterval(), CandleInterval::fiveMinute);
-    EXPECT_TRUE(fiveMinutes->isChecked());
-
-    QTest::mouseClick(hour, Qt::LeftButton);
-    EXPECT_EQ(model->chartInterval(), CandleInterval::hourly);
-    EXPECT_TRUE(hour->isChecked());
-    EXPECT_FALSE(fiveMinutes->isChecked());
-
-    model->setChartInterval(CandleInterval::daily);
-    EXPECT_TRUE(find<QToolButton>("interval-1D")->isChecked());
-    EXPECT_FALSE(hour->isChecked());
-}
-
-TEST(ChartAxisTest, StepsAreOneTwoOrFiveTimesAPowerOfTen) {
-    EXPECT_DOUBLE_EQ(ChartView::axisStep(100, 200, 5), 20);
-    EXPECT_DOUBLE_EQ(ChartView::axisStep(100, 200, 10), 10);
-    EXPECT_DOUBLE_EQ(ChartView::axisStep(0.0801, 0.0836, 4), 0.001);
-    EXPECT_DOUBLE_EQ(ChartView::axisStep(64000, 64900, 4), 500);
-    EXPECT_EQ(ChartView::axisStep(5, 5, 4), 0);
-    EXPECT_EQ(ChartView::axisStep(6, 5, 4), 0);
 }
 
 }  // namespace

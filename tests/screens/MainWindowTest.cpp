@@ -2,9 +2,6 @@
 
 #include "screens/MoneyText.h"
 
-#include <QSplitter>
-#include <QTabWidget>
-
 namespace tavix::test {
 namespace {
 
@@ -27,33 +24,6 @@ TEST_F(MainWindowTest, TheHeaderShowsTheAccountInUseAndItsLink) {
     EXPECT_TRUE(text("worth").startsWith(u'$'));
     EXPECT_EQ(text("health"), QStringLiteral("Stable"));
     EXPECT_FALSE(shown("connecting"));
-}
-
-TEST_F(MainWindowTest, TheBannerShowsTheModelsOneMessage) {
-    openStarted();
-    EXPECT_FALSE(shown("banner"));
-    const QString message = QStringLiteral("Alpaca's paper side didn't answer. Tavix tries again shortly.");
-    model->setBanner(message);
-    EXPECT_TRUE(shown("banner"));
-    EXPECT_EQ(text("banner"), message);
-    model->setBanner(std::nullopt);
-    EXPECT_FALSE(shown("banner"));
-}
-
-TEST_F(MainWindowTest, LaysOutTheWatchlistBesideTheChartAboveTheAccountTabs) {
-    openStarted();
-    auto* split = find<QSplitter>("mainSplit");
-    auto* right = find<QSplitter>("rightSplit");
-    auto* tabs = find<QTabWidget>("accountTabs");
-    ASSERT_TRUE(split && right && tabs);
-    EXPECT_NE(split->widget(0)->findChild<QWidget*>(QStringLiteral("watchlist")), nullptr);
-    EXPECT_NE(right->widget(0)->findChild<QWidget*>(QStringLiteral("chart")), nullptr);
-    EXPECT_EQ(right->widget(1), tabs);
-    ASSERT_EQ(tabs->count(), 2);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("Positions"));
-    EXPECT_EQ(tabs->tabText(1), QStringLiteral("Orders"));
-    // Everything fits side by side: the watchlist does not squeeze the chart away.
-    EXPECT_GT(split->sizes().at(1), split->sizes().at(0));
 }
 
 TEST_F(MainWindowTest, QuitAsksOnlyWhileSomethingIsWatched) {

@@ -1,18 +1,16 @@
 #pragma once
 
 // The main window on the model harness's fakes. Questions the window puts are recorded and
-// answered by the test. A failed test leaves a picture of the window behind.
+// answered by the test.
 
 #include "screens/MainWindow.h"
 #include "support/AppModelHarness.h"
 
-#include <QDir>
 #include <QLabel>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
-#include <iostream>
 #include <memory>
 #include <vector>
 
@@ -21,7 +19,6 @@ namespace tavix::test {
 class WindowFixture : public AppModelHarness {
 protected:
     void TearDown() override {
-        if (HasFailure() && window) savePicture();
         window.reset();
         AppModelHarness::TearDown();
     }
@@ -61,19 +58,6 @@ protected:
     bool shown(const char* widgetName) const {
         auto* widget = find<QWidget>(widgetName);
         return widget && widget->isVisible();
-    }
-
-    void savePicture() const {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        const QString name =
-            QStringLiteral("tavix-%1-%2.png")
-                .arg(QString::fromUtf8(info->test_suite_name()), QString::fromUtf8(info->name()));
-        const QString path = QDir(QString::fromStdString(::testing::TempDir())).absoluteFilePath(name);
-        if (window->grab().save(path)) {
-            std::cout << "The window as it was: " << path.toStdString() << std::endl;
-        } else {
-            std::cout << "Could not save the window to " << path.toStdString() << std::endl;
-        }
     }
 
     std::unique_ptr<MainWindow> window;

@@ -53,7 +53,7 @@ protected:
     // The environment a model is made with; tests may change it before makeModel().
     virtual AppModelEnvironment environment() {
         AppModelEnvironment made;
-        made.keychain = keychainInUse;
+        made.keychain = &keychain;
         made.keepAwake = &keepAwake;
         made.pacer = &pacer;
         made.network = &network;
@@ -106,7 +106,6 @@ protected:
     }
 
     MemoryKeychain keychain;
-    Keychain* keychainInUse = &keychain;
     RecordingKeepAwake keepAwake;
     ManualPacer pacer;
     QNetworkAccessManager network;

@@ -69,13 +69,6 @@ public:
 
     // Paging of list endpoints whose path starts with `pathPrefix`.
     void setPaging(QString pathPrefix, Paging paging);
-    // Items per page when the request names no "limit" (or "page_size").
-    int defaultPageSize = 1000;
-
-    // Status of orders placed from now on ("accepted" as Alpaca answers a fresh order).
-    QString newOrderStatus = QStringLiteral("accepted");
-    // The time stamped on orders and watchlists made from now on.
-    QString now = QStringLiteral("2026-03-02T15:04:05.123456789Z");
 
     // ---- The service's state, in Alpaca's shapes.
     Json account;
@@ -91,9 +84,7 @@ public:
     std::map<QString, Json> cryptoSnapshots;
     // Bars by (symbol, timeframe), oldest first; trades by symbol, oldest first.
     std::map<std::pair<QString, QString>, std::vector<Json>> stockBars;
-    std::map<std::pair<QString, QString>, std::vector<Json>> cryptoBars;
     std::map<QString, std::vector<Json>> stockTrades;
-    std::map<QString, std::vector<Json>> cryptoTrades;
 
     // ---- Builders in Alpaca's shapes, for tests that add their own state.
     static Json bar(const QString& t, const char* open, const char* high, const char* low, const char* close,
@@ -101,15 +92,10 @@ public:
     static Json trade(const QString& t, const char* price, const char* size, long long id);
     static Json order(const QString& id, const QString& symbol, const QString& side, const QString& type,
                       const QString& qty, const QString& status);
-    static Json asset(const QString& symbol, const QString& name, const QString& assetClass,
-                      QStringList attributes = {});
     static Json error(int code, const QString& message);
 
     // A member's text: a string as it is, a number as written; empty when absent or null.
     static QString field(const Json& object, std::string_view key);
-
-    // Finds an order (parents and legs) by id.
-    Json* findOrder(const QString& id);
 
 private:
     struct Staged {
@@ -123,32 +109,22 @@ private:
     HttpResponse tradingRoute(const HttpRequest& request);
     HttpResponse dataRoute(const HttpRequest& request);
 
-    HttpResponse ordersRoute(const HttpRequest& request, const QStringList& parts);
     HttpResponse listOrders(const HttpRequest& request);
     HttpResponse placeOrder(const HttpRequest& request);
-    HttpResponse replaceOrder(const HttpRequest& request, const QString& id);
-    HttpResponse cancelOrder(const QString& id);
     HttpResponse watchlistsRoute(const HttpRequest& request, const QStringList& parts);
     HttpResponse activitiesRoute(const HttpRequest& request);
     HttpResponse optionContractsRoute(const HttpRequest& request);
-
-    HttpResponse stockBarsRoute(const HttpRequest& request, const std::optional<QString>& symbol);
-    HttpResponse cryptoBarsRoute(const HttpRequest& request);
-    HttpResponse tradesRoute(const HttpRequest& request, const std::optional<QString>& symbol, bool crypto);
+    HttpResponse barsRoute(const HttpRequest& request, const std::optional<QString>& symbol);
     HttpResponse optionSnapshotsRoute(const HttpRequest& request, const std::optional<QString>& underlying);
 
-    // One page of `items` for the request, and the token for the next.
+    // One page, [from, to) of `items` for the request, and the token for the next (null at the end).
     struct Page {
         qsizetype from = 0;
         qsizetype to = 0;
-        Json token;  // null at the end
+        Json token;
     };
-    Page page(const HttpRequest& request, qsizetype itemCount) const;
-    Paging pagingFor(const QString& path) const;
-
-    Json watchlistJson(const Json& list, bool withAssets) const;
-    Json newOrder(const Json& body, const QString& symbol);
-
+    Page page(const HttpRequest& request, qsizetype items) const;
+    Json newOrder(const Json& body);
     void setUpState();
 
     std::vector<Staged> staged_;

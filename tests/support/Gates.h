@@ -32,13 +32,6 @@ public:
         open(*gate);
         return true;
     }
-    bool releaseNewest() {
-        if (waiting_.empty()) return false;
-        auto gate = waiting_.back();
-        waiting_.pop_back();
-        open(*gate);
-        return true;
-    }
     void openAll() {
         holding = false;
         while (releaseOne()) {

@@ -50,9 +50,4 @@ bool LogCapture::mentions(const QString& text) const {
     return false;
 }
 
-void LogCapture::clear() {
-    std::lock_guard lock(mutex_);
-    lines_.clear();
-}
-
 }  // namespace tavix::test

@@ -28,7 +28,6 @@ public:
     QStringList messages(const QString& category) const;
     // True when any message contains the text.
     bool mentions(const QString& text) const;
-    void clear();
 
 private:
     static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message);
