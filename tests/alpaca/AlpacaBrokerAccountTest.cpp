@@ -69,10 +69,7 @@ TEST_F(AlpacaAccountTest, PreviewAddsBuyingPowerAndAlpacasObjection) {
 TEST_F(AlpacaAccountTest, OwnWatchlistIsThePrimaryOneReadWithItsSymbols) {
     // Another list listed first does not win over the primary one.
     Json other = fake.watchlists[0];
-    for (auto& member : other.members()) {
-        if (member.first == "id") member.second = Json("aaaaaaaa-0000-4000-8000-000000000001");
-        if (member.first == "name") member.second = Json("Ideas");
-    }
+    FakeAlpaca::put(FakeAlpaca::put(other, "id", "aaaaaaaa-0000-4000-8000-000000000001"), "name", "Ideas");
     fake.watchlists.insert(fake.watchlists.begin(), other);
 
     const auto list = test::await(broker->ownWatchlist());

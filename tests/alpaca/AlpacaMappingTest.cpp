@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,15 +45,18 @@ std::string with(const std::string& base, const std::string& extra) {
 
 // An order as the trading service nests it.
 std::string orderJson(const std::string& id, const std::string& extra, const std::string& legs = "null") {
-    return with(R"({"id":")" + id +
-                    R"(","client_order_id":"","symbol":"AAPL","asset_class":"us_equity","qty":"10",
-        "filled_qty":"0","filled_avg_price":null,"order_class":"","order_type":"market","side":"buy",
-        "time_in_force":"day","limit_price":null,"stop_price":null,"trail_price":null,"hwm":null,
-            "status":"new",
+    return with(R"({"id":")" + id + R"(","client_order_id":"","symbol":"AAPL","asset_class":"us_equity",
+        "qty":"10","filled_qty":"0","filled_avg_price":null,"order_class":"","order_type":"market",
+        "side":"buy","time_in_force":"day","limit_price":null,"stop_price":null,"trail_price":null,"hwm":null,
+        "status":"new",
         "extended_hours":false,"created_at":"2026-03-02T14:30:00.123456789Z",
         "submitted_at":"2026-03-02T14:30:00.123456789Z","filled_at":null,"canceled_at":null,"legs":)" +
                     legs + "}",
                 extra);
+}
+
+Order mapped(const std::string& extra) {
+    return AlpacaMapping::order(wire<AlpacaDTO::Order>(orderJson("o", extra)), QStringLiteral("A"));
 }
 
 TEST(AlpacaMappingWords, AssetTypeWithoutAClassComesFromTheSymbolsForm) {
@@ -95,50 +99,36 @@ TEST(AlpacaMappingOrders, ABracketsLegsBecomeItsExits) {
 }
 
 TEST(AlpacaMappingOrders, OptionsCoinsMoneyOrdersAndReplacements) {
-    const auto option = AlpacaMapping::order(
-        wire<AlpacaDTO::Order>(orderJson("o1", R"("symbol":"AAPL260116C00190000","asset_class":"us_option",
-            "side":"sell","position_intent":"sell_to_close","qty":"2")")),
-        QStringLiteral("A"));
+    const auto option = mapped(R"("symbol":"AAPL260116C00190000","asset_class":"us_option","side":"sell",
+        "position_intent":"sell_to_close","qty":"2")");
     EXPECT_EQ(option.assetType, AssetType::option);
     EXPECT_EQ(option.side, OrderSide::sellToClose);
     EXPECT_EQ(option.symbol, QStringLiteral("AAPL260116C00190000"));
 
     // A stock's sell_short is a sell; only options carry an intent.
-    const auto shortSale = AlpacaMapping::order(
-        wire<AlpacaDTO::Order>(orderJson("o2", R"("side":"sell_short","position_intent":"sell_to_open")")),
-        QStringLiteral("A"));
-    EXPECT_EQ(shortSale.side, OrderSide::sell);
+    EXPECT_EQ(mapped(R"("side":"sell_short","position_intent":"sell_to_open")").side, OrderSide::sell);
 
-    const auto coin =
-        AlpacaMapping::order(wire<AlpacaDTO::Order>(orderJson(
-                                 "o3", R"("symbol":"BTCUSD","asset_class":"crypto","qty":"0.00012345")")),
-                             QStringLiteral("A"));
+    const auto coin = mapped(R"("symbol":"BTCUSD","asset_class":"crypto","qty":"0.00012345")");
     EXPECT_EQ(coin.assetType, AssetType::crypto);
     EXPECT_EQ(coin.symbol, QStringLiteral("BTC/USD"));
     EXPECT_EQ(coin.quantity, dec("0.00012345"));
 
     // Bought by amount of money: no quantity until it fills.
-    const auto money = AlpacaMapping::order(
-        wire<AlpacaDTO::Order>(orderJson("o4", R"("qty":null,"notional":"500","filled_qty":"2.1345",
-            "status":"filled","filled_at":"2026-03-02T14:31:00Z")")),
-        QStringLiteral("A"));
+    const auto money = mapped(R"("qty":null,"notional":"500","filled_qty":"2.1345","status":"filled",
+        "filled_at":"2026-03-02T14:31:00Z")");
     EXPECT_EQ(money.quantity, dec("2.1345"));
     EXPECT_EQ(money.closedAt, at("2026-03-02T14:31:00Z"));
 
-    const auto replaced =
-        AlpacaMapping::order(wire<AlpacaDTO::Order>(orderJson(
-                                 "o5", R"("order_type":"trailing_stop","side":"sell","trail_price":"2.5",
-            "hwm":"310.25","status":"replaced","replaced_by":"o6","canceled_at":"2026-03-02T15:00:00Z",
-            "time_in_force":"opg","extended_hours":true)")),
-                             QStringLiteral("A"));
+    const auto replaced = mapped(R"("order_type":"trailing_stop","side":"sell","trail_price":"2.5",
+        "hwm":"310.25","status":"replaced","replaced_by":"o6","canceled_at":"2026-03-02T15:00:00Z",
+        "time_in_force":"opg","extended_hours":true)");
     EXPECT_EQ(replaced.type, OrderType::trailingStop);
     EXPECT_EQ(replaced.closedAt, at("2026-03-02T15:00:00Z"));
     EXPECT_FALSE(replaced.timeInForce.has_value());
     EXPECT_FALSE(replaced.clientOrderID.has_value());  // an empty id is no id
 
     // An order in a state Alpaca invents tomorrow still reads; it just is not open.
-    const auto order = AlpacaMapping::order(wire<AlpacaDTO::Order>(orderJson("o", R"("status":"quantum")")),
-                                            QStringLiteral("A"));
+    const auto order = mapped(R"("status":"quantum")");
     EXPECT_EQ(order.status, OrderStatus::unknown);
     EXPECT_FALSE(order.isOpen());
 }
@@ -205,23 +195,21 @@ TEST(AlpacaMappingQuotes, ContractQuotesCandlesAndTheirTimes) {
                                "prevDailyBar":{"t":"2026-01-02T05:00:00Z","o":3,"h":3.5,"l":2.9,"c":3.05,
                                    "v":120}},
         "AAPL260116C00400000":{"latestQuote":{"t":"2026-01-05T15:30:00Z","ap":0,"bp":0}}}})");
-    const auto& map = snapshots.snapshots;
-
-    const auto untraded = AlpacaMapping::contractQuote(QStringLiteral("AAPL260116C00190000"),
-                                                       map.at(QStringLiteral("AAPL260116C00190000")));
+    const auto quoteOf = [&](const char* symbol) {
+        const QString contract = QString::fromLatin1(symbol);
+        return AlpacaMapping::contractQuote(contract, snapshots.snapshots.at(contract));
+    };
+    const auto untraded = quoteOf("AAPL260116C00190000");
     ASSERT_TRUE(untraded.has_value());
     EXPECT_EQ(untraded->last, dec("5.05"));  // between bid and ask
     EXPECT_EQ(untraded->asOf, at("2026-01-05T15:30:00.123456789Z"));
 
-    const auto traded = AlpacaMapping::contractQuote(QStringLiteral("AAPL260116C00195000"),
-                                                     map.at(QStringLiteral("AAPL260116C00195000")));
+    const auto traded = quoteOf("AAPL260116C00195000");
     EXPECT_EQ(traded->last, dec("3.14"));
     EXPECT_EQ(traded->change(), dec("0.09"));
     EXPECT_EQ(traded->asOf, at("2026-01-05T15:31:00Z"));
 
-    EXPECT_FALSE(AlpacaMapping::contractQuote(QStringLiteral("AAPL260116C00400000"),
-                                              map.at(QStringLiteral("AAPL260116C00400000")))
-                     .has_value());
+    EXPECT_FALSE(quoteOf("AAPL260116C00400000").has_value());
 
     const auto candle = AlpacaMapping::candle(
         wire<AlpacaDTO::Bar>(R"({"t":"2022-01-03T09:00:00Z","o":178.26,"h":178.26,"l":178.21,"c":178.21,
@@ -307,8 +295,10 @@ TEST(AlpacaMappingChains, ContractJoinedWithItsSnapshot) {
             "latestTrade":{"t":"2026-01-05T15:29:00Z","p":4.3,"s":1},
             "greeks":{"delta":-0.4123,"gamma":0.0321,"rho":-0.0456,"theta":-0.1234,"vega":0.2345},
             "impliedVolatility":0.2871})");
-    const auto row =
-        AlpacaMapping::optionContract(wire<AlpacaDTO::OptionContract>(contractJson("")), snapshot);
+    const auto contract = [](const std::string& extra) {
+        return wire<AlpacaDTO::OptionContract>(contractJson(extra));
+    };
+    const auto row = AlpacaMapping::optionContract(contract(""), snapshot);
     ASSERT_TRUE(row.has_value());
     EXPECT_EQ(row->right, OptionRight::put);
     EXPECT_EQ(row->expiry, at("2026-01-16T05:00:00Z"));  // the day's start in New York
@@ -318,19 +308,15 @@ TEST(AlpacaMappingChains, ContractJoinedWithItsSnapshot) {
     EXPECT_EQ(row->breakEven(), dec("185.65"));
 
     // Without a snapshot the row still stands, priced at the last close.
-    const auto bare = AlpacaMapping::optionContract(
-        wire<AlpacaDTO::OptionContract>(contractJson(R"("open_interest":null)")), std::nullopt);
+    const auto bare = AlpacaMapping::optionContract(contract(R"("open_interest":null)"), std::nullopt);
     ASSERT_TRUE(bare.has_value());
     EXPECT_EQ(bare->last, dec("4.1"));
     EXPECT_FALSE(bare->bid || bare->ask || bare->delta || bare->impliedVolatility || bare->openInterest);
 
     // An unfamiliar type word falls back on the symbol; a contract that names no right is dropped.
-    const auto fromSymbol = AlpacaMapping::optionContract(
-        wire<AlpacaDTO::OptionContract>(contractJson(R"("type":"PUT ")")), std::nullopt);
-    EXPECT_EQ(fromSymbol->right, OptionRight::put);
-    EXPECT_FALSE(AlpacaMapping::optionContract(
-                     wire<AlpacaDTO::OptionContract>(contractJson(R"("type":"binary","symbol":"WEIRD1")")),
-                     std::nullopt)
+    EXPECT_EQ(AlpacaMapping::optionContract(contract(R"("type":"PUT ")"), std::nullopt)->right,
+              OptionRight::put);
+    EXPECT_FALSE(AlpacaMapping::optionContract(contract(R"("type":"binary","symbol":"WEIRD1")"), std::nullopt)
                      .has_value());
 }
 
@@ -392,39 +378,40 @@ TEST(AlpacaMappingRefusals, EveryKnownRefusalBecomesASentence) {
     const auto refusal = [](const char* message) {
         return AlpacaMapping::plainRefusal(QString::fromLatin1(message), std::nullopt, std::nullopt);
     };
-    EXPECT_EQ(refusal("stop price must be less than current price"),
-              QStringLiteral(
-                  "a sell's get-out price has to be under the price now, and this one isn't. Set it lower."));
-    EXPECT_EQ(refusal("stop price must be greater than current price"),
-              QStringLiteral(
-                  "a buy's stop price has to be over the price now, and this one isn't. Set it higher."));
-    EXPECT_EQ(refusal("insufficient buying power"),
-              QStringLiteral("there isn't enough buying power for it."));
-    EXPECT_EQ(refusal("insufficient qty available for order"),
-              QStringLiteral("it's more than is free to sell: more than you hold, or an order already "
-                             "resting holds the rest."));
-    EXPECT_EQ(
-        refusal("potential wash trade detected. use complex orders"),
-        QStringLiteral("it could trade against an order of yours already resting on the other side, which "
-                       "Alpaca won't allow. Cancel that order first."));
-    EXPECT_EQ(refusal("no available quote for symbol. please reenter with a limit"),
-              QStringLiteral(
-                  "nobody is bidding for it or offering it right now, so only an order with a limit price "
-                  "can go in."));
     const QString wider =
         QStringLiteral("the trail is wider than Alpaca allows. It can be at most a quarter of the price.");
-    EXPECT_EQ(refusal("trail_price must be <= 25% of the stock price"), wider);
-    EXPECT_EQ(refusal("trail_percent must be <= 25"), wider);
     const QString closer =
         QStringLiteral("the trail is closer than Alpaca allows. It has to be at least 0.1% of the price.");
-    EXPECT_EQ(refusal("trail_price must be >= 0.1% of the stock price"), closer);
-    EXPECT_EQ(refusal("trail_percent must be >= 0.1"), closer);
-
-    // Searched case-insensitively, inside longer messages, first fragment in the table's order wins.
-    EXPECT_EQ(refusal("Order rejected: Insufficient Buying Power (required 5000)"),
-              QStringLiteral("there isn't enough buying power for it."));
-    EXPECT_EQ(refusal("insufficient buying power; insufficient qty"),
-              QStringLiteral("there isn't enough buying power for it."));
+    const std::vector<std::pair<const char*, QString>> cases = {
+        {"stop price must be less than current price",
+         QStringLiteral(
+             "a sell's get-out price has to be under the price now, and this one isn't. Set it lower.")},
+        {"stop price must be greater than current price",
+         QStringLiteral(
+             "a buy's stop price has to be over the price now, and this one isn't. Set it higher.")},
+        {"insufficient buying power", QStringLiteral("there isn't enough buying power for it.")},
+        {"insufficient qty available for order",
+         QStringLiteral(
+             "it's more than is free to sell: more than you hold, or an order already resting holds "
+             "the rest.")},
+        {"potential wash trade detected. use complex orders",
+         QStringLiteral("it could trade against an order of yours already resting on the other side, which "
+                        "Alpaca won't allow. Cancel that order first.")},
+        {"no available quote for symbol. please reenter with a limit",
+         QStringLiteral(
+             "nobody is bidding for it or offering it right now, so only an order with a limit price "
+             "can go in.")},
+        {"trail_price must be <= 25% of the stock price", wider},
+        {"trail_percent must be <= 25", wider},
+        {"trail_price must be >= 0.1% of the stock price", closer},
+        {"trail_percent must be >= 0.1", closer},
+        // Searched case-insensitively, inside longer messages, first fragment in the table's order wins.
+        {"Order rejected: Insufficient Buying Power (required 5000)",
+         QStringLiteral("there isn't enough buying power for it.")},
+        {"insufficient buying power; insufficient qty",
+         QStringLiteral("there isn't enough buying power for it.")},
+    };
+    for (const auto& [message, sentence] : cases) EXPECT_EQ(refusal(message), sentence) << message;
     // Not ours to translate: Alpaca's own words go through.
     EXPECT_FALSE(refusal("sub-penny increment does not fulfill minimum pricing criteria").has_value());
     EXPECT_FALSE(refusal("").has_value());
@@ -433,27 +420,28 @@ TEST(AlpacaMappingRefusals, EveryKnownRefusalBecomesASentence) {
 TEST(AlpacaMappingRefusals, HowManyAreFreeToSell) {
     const QString rest =
         QStringLiteral(" free to sell: it's more than you hold, or an order already resting holds the rest.");
-    const auto refusal = [](const char* message, std::optional<Decimal> held,
-                            std::optional<Decimal> resting) {
-        return AlpacaMapping::plainRefusal(QString::fromLatin1(message), held, resting).value_or(QString());
-    };
-    EXPECT_EQ(refusal("insufficient qty available for order (requested: 10, available: 3)", std::nullopt,
-                      std::nullopt),
-              QStringLiteral("only 3") + rest);
-    EXPECT_EQ(refusal("insufficient qty (available:2.5)", std::nullopt, std::nullopt),
-              QStringLiteral("only 2.5") + rest);
-    // The service's real body: the message's number wins over the fields.
-    EXPECT_EQ(refusal("insufficient qty available for order (requested: 5264, available: 0)", dec("5264"),
-                      dec("5000")),
-              QStringLiteral("only 0") + rest);
-    // No number in the words: held less what resting orders hold.
-    EXPECT_EQ(refusal("insufficient qty available for order", dec("10"), dec("7.5")),
-              QStringLiteral("only 2.5") + rest);
-    EXPECT_EQ(refusal("INSUFFICIENT QTY", dec("4"), std::nullopt), QStringLiteral("only 4") + rest);
-    EXPECT_EQ(refusal("insufficient qty (available: .)", std::nullopt, dec("3")),
-              QStringLiteral(
-                  "it's more than is free to sell: more than you hold, or an order already resting holds "
-                  "the rest."));
+    const std::optional<Decimal> none;
+    const std::vector<std::tuple<const char*, std::optional<Decimal>, std::optional<Decimal>, QString>>
+        cases = {
+            {"insufficient qty available for order (requested: 10, available: 3)", none, none,
+             QStringLiteral("only 3") + rest},
+            {"insufficient qty (available:2.5)", none, none, QStringLiteral("only 2.5") + rest},
+            // The service's real body: the message's number wins over the fields.
+            {"insufficient qty available for order (requested: 5264, available: 0)", dec("5264"), dec("5000"),
+             QStringLiteral("only 0") + rest},
+            // No number in the words: held less what resting orders hold.
+            {"insufficient qty available for order", dec("10"), dec("7.5"),
+             QStringLiteral("only 2.5") + rest},
+            {"INSUFFICIENT QTY", dec("4"), none, QStringLiteral("only 4") + rest},
+            {"insufficient qty (available: .)", none, dec("3"),
+             QStringLiteral(
+                 "it's more than is free to sell: more than you hold, or an order already resting holds "
+                 "the rest.")},
+        };
+    for (const auto& [message, held, resting, sentence] : cases) {
+        EXPECT_EQ(AlpacaMapping::plainRefusal(QString::fromLatin1(message), held, resting), sentence)
+            << message;
+    }
 }
 
 }  // namespace

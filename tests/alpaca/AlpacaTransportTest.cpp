@@ -182,12 +182,7 @@ TEST_F(AlpacaTransportTest, OtherStatusesBecomeApiErrorsWithAlpacasMessageOrTheB
     EXPECT_EQ(caught(alpaca.get(Host::trading, QStringLiteral("/v2/assets"))),
               BrokerError::api(500, QStringLiteral("Internal Server Error")));
 
-    // A forbidden answer away from the order paths is not an order refusal.
-    fake.fail(FakeAlpaca::on("GET", QStringLiteral("/v2/stocks/AAPL/bars")), 403, 40310000,
-              QStringLiteral("subscription does not permit querying recent SIP data"));
-    EXPECT_EQ(caught(alpaca.get(Host::data, QStringLiteral("/v2/stocks/AAPL/bars"),
-                                {{QStringLiteral("timeframe"), QStringLiteral("1Day")}})),
-              BrokerError::api(403, QStringLiteral("subscription does not permit querying recent SIP data")));
+    // A refusal away from the order paths is not an order refusal.
     fake.fail(FakeAlpaca::on("DELETE", QStringLiteral("/v2/orders/")), 422, 42210000,
               QStringLiteral("order is not cancelable"));
     EXPECT_EQ(

@@ -34,13 +34,21 @@ inline Candle flatCandle(double time, double at, std::int64_t volume) {
     return candle(time, at, at, at, at, volume);
 }
 
-// Closes only, one a minute; every bar's open, high and low equal its close.
-inline std::vector<Candle> closesOnly(const std::vector<double>& closes, std::int64_t volume = 100) {
+// Closes only, one a minute; every bar's open, high and low equal its close. Volumes are 100 unless
+// given.
+inline std::vector<Candle> closesOnly(const std::vector<double>& closes,
+                                      const std::vector<std::int64_t>& volumes = {}) {
     std::vector<Candle> candles;
     for (std::size_t i = 0; i < closes.size(); ++i) {
-        candles.push_back(flatCandle(1'700'000'000.0 + 60.0 * static_cast<double>(i), closes[i], volume));
+        candles.push_back(flatCandle(1'700'000'000.0 + 60.0 * static_cast<double>(i), closes[i],
+                                     volumes.empty() ? 100 : volumes[i]));
     }
     return candles;
+}
+
+// Seconds since 1970 of an ISO 8601 time.
+inline double isoTime(const char* iso) {
+    return Date::parseIso(QString::fromLatin1(iso)).value().secondsSince1970();
 }
 
 // A random walk in cents, with gaps between bars, wicks on both sides and random volumes (some
@@ -89,11 +97,6 @@ inline std::vector<double> output(const StudyRun& run, const QString& name) {
         if (series.name == name) return series.numbers;
     }
     throw std::runtime_error("no output " + name.toStdString());
-}
-
-// The columns of the bars as the studies see them (their conversion is checked on its own).
-inline StudyBars columns(const std::vector<Candle>& candles) {
-    return StudyBars(candles, CandleInterval::oneMinute);
 }
 
 inline std::vector<double> typical(const StudyBars& bars) {

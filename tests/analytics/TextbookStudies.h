@@ -78,22 +78,72 @@ inline std::vector<double> populationDeviation(const std::vector<double>& values
     return out;
 }
 
-// Wilder's average true range (1978). The true range is the greatest of today's high - low,
-// |high - yesterday's close| and |low - yesterday's close| (the first day has only high - low); the
-// first average is the mean of the first `length`, then (previous * (length - 1) + range) / length.
-inline std::vector<double> wilderAtr(const std::vector<double>& high, const std::vector<double>& low,
-                                     const std::vector<double>& close, std::size_t length) {
-    std::vector<double> range(close.size()), out(close.size(), none);
+// Wilder's true range (1978): the greatest of today's high - low, |high - yesterday's close| and
+// |low - yesterday's close|; the first day has only high - low.
+inline std::vector<double> trueRange(const std::vector<double>& high, const std::vector<double>& low,
+                                     const std::vector<double>& close) {
+    std::vector<double> range(close.size());
     for (std::size_t i = 0; i < close.size(); ++i) {
         range[i] = high[i] - low[i];
         if (i > 0)
             range[i] =
                 std::max({range[i], std::abs(high[i] - close[i - 1]), std::abs(low[i] - close[i - 1])});
     }
-    if (close.size() < length) return out;
-    out[length - 1] = windowMean(range, length - 1, length);
-    for (std::size_t i = length; i < close.size(); ++i) {
-        out[i] = (out[i - 1] * static_cast<double>(length - 1) + range[i]) / static_cast<double>(length);
+    return range;
+}
+
+// His average true range: the first is the mean of the first `length` ranges, then
+// (previous * (length - 1) + range) / length.
+inline std::vector<double> wilderAtr(const std::vector<double>& high, const std::vector<double>& low,
+                                     const std::vector<double>& close, std::size_t length) {
+    return smoothed(trueRange(high, low, close), length, 1 / static_cast<double>(length));
+}
+
+// His RSI: the first average gain and loss are the means of the first `length` day-to-day gains and
+// losses (from the second day), then (previous * (length - 1) + today's) / length, his smoothing;
+// RS = average gain / average loss; RSI = 100 - 100 / (1 + RS).
+inline std::vector<double> wilderRsi(const std::vector<double>& closes, std::size_t length) {
+    std::vector<double> gains, losses, out(closes.size(), none);
+    for (std::size_t i = 1; i < closes.size(); ++i) {
+        gains.push_back(std::max(closes[i] - closes[i - 1], 0.0));
+        losses.push_back(std::max(closes[i - 1] - closes[i], 0.0));
+    }
+    const auto gain = smoothed(gains, length, 1 / static_cast<double>(length));
+    const auto loss = smoothed(losses, length, 1 / static_cast<double>(length));
+    for (std::size_t i = 1; i < closes.size(); ++i) out[i] = 100 - 100 / (1 + gain[i - 1] / loss[i - 1]);
+    return out;
+}
+
+struct Directional {
+    std::vector<double> adx, diPlus, diMinus;
+};
+
+// His directional movement in the running-sum form of his worksheet: TR, +DM and -DM start as the
+// sums of the first `length` days (from the second day, the first with a move) and go on as
+// previous - previous / length + today; DI = 100 * DM / TR; DX = 100 * |DI+ - DI-| / (DI+ + DI-);
+// ADX starts as the mean of the first `length` DX, then (previous * (length - 1) + DX) / length.
+inline Directional wilderDirectional(const std::vector<double>& high, const std::vector<double>& low,
+                                     const std::vector<double>& close, std::size_t length) {
+    const std::size_t n = close.size();
+    Directional out{std::vector<double>(n, none), std::vector<double>(n, none), std::vector<double>(n, none)};
+    const auto ranges = trueRange(high, low, close);
+    const auto len = static_cast<double>(length);
+    double tr = 0, plus = 0, minus = 0, dxSum = 0, adx = 0;
+    for (std::size_t i = 1; i < n; ++i) {
+        const double up = high[i] - high[i - 1], down = low[i - 1] - low[i];
+        const auto carry = [&](double& sum, double today) {
+            sum = i <= length ? sum + today : sum - sum / len + today;
+        };
+        carry(tr, ranges[i]);
+        carry(plus, up > down && up > 0 ? up : 0);
+        carry(minus, down > up && down > 0 ? down : 0);
+        if (i < length) continue;
+        out.diPlus[i] = 100 * plus / tr;
+        out.diMinus[i] = 100 * minus / tr;
+        const double dx = 100 * std::abs(out.diPlus[i] - out.diMinus[i]) / (out.diPlus[i] + out.diMinus[i]);
+        dxSum += dx;
+        if (i == 2 * length - 1) out.adx[i] = adx = dxSum / len;
+        if (i > 2 * length - 1) out.adx[i] = adx = (adx * (len - 1) + dx) / len;
     }
     return out;
 }

@@ -4,8 +4,7 @@ namespace tavix::test {
 namespace {
 
 using Field = AppModel::Field;
-
-class AppModelAccountTest : public AppModelFixture {};
+using AppModelAccountTest = AppModelFixture;
 
 TEST_F(AppModelAccountTest, AResultThatLandsAfterASwitchIsDropped) {
     AppModel& m = makeModel();
@@ -40,26 +39,24 @@ TEST_F(AppModelAccountTest, OnlyChangedValuesNotify) {
     changes.clear();
 
     await(m.refreshAccount());
-    EXPECT_EQ(changesOf(Field::balance), 0);
-    EXPECT_EQ(changesOf(Field::positions), 0);
-    EXPECT_EQ(changesOf(Field::orders), 0);
-    EXPECT_EQ(changesOf(Field::isConnected), 0);
-    EXPECT_EQ(changesOf(Field::linkSlow), 0);
+    for (Field unchanged :
+         {Field::balance, Field::positions, Field::orders, Field::isConnected, Field::linkSlow})
+        EXPECT_EQ(changes[unchanged], 0) << static_cast<int>(unchanged);
 
-    OrderRequest far{.symbol = QStringLiteral("AAPL"),
-                     .quantity = Decimal(1),
-                     .type = OrderType::limit,
-                     .limitPrice = Decimal(1),
-                     .timeInForce = TimeInForce::goodTillCancelled};
-    await(practice->placeOrder(far, m.account()->id));
+    await(practice->placeOrder({.symbol = QStringLiteral("AAPL"),
+                                .quantity = Decimal(1),
+                                .type = OrderType::limit,
+                                .limitPrice = Decimal(1),
+                                .timeInForce = TimeInForce::goodTillCancelled},
+                               m.account()->id));
     await(m.refreshAccount());
-    EXPECT_EQ(changesOf(Field::orders), 1);
+    EXPECT_EQ(changes[Field::orders], 1);
     ASSERT_EQ(m.orders().size(), 1u);
     EXPECT_EQ(m.orders().front().symbol, QStringLiteral("AAPL"));
 
     m.setBanner(QStringLiteral("Hello"));
     m.setBanner(QStringLiteral("Hello"));
-    EXPECT_EQ(changesOf(Field::banner), 1);
+    EXPECT_EQ(changes[Field::banner], 1);
 }
 
 }  // namespace

@@ -22,24 +22,14 @@ protected:
                                    std::optional<QString> name = std::nullopt) {
         return await(model->connectAlpaca(key, secret, std::move(replacing), std::move(name)));
     }
-
-    // Adds the fake's account, then makes a fresh model on the same keychain and settings.
-    void addThenRestart() {
-        started();
-        ASSERT_EQ(connect(alpacaFake->key, alpacaFake->secret), std::nullopt);
-        started();
-    }
 };
 
-TEST_F(AppModelAlpacaTest, KeysAreRefusedInOrderAndALiveKeyNeverLeavesTheComputer) {
+TEST_F(AppModelAlpacaTest, KeysAreRefusedInOrderSaveNothingAndALiveKeyNeverLeavesTheComputer) {
     AppModel& m = started();
     const QString live = QStringLiteral("AKLIVE123");
 
     // A running bounce comes before anything about the keys.
-    Json bounce = Json::object();
-    bounce.set("brokerID", Json("mock"));
-    bounce.set("phase", Json::parse(R"({"buying":{}})"));
-    m.setBounces({bounce});
+    m.setBounces({record(m.account()->id, {{"phase", Json::parse(R"({"buying":{}})")}})});
     EXPECT_EQ(connect(live, QString()),
               QStringLiteral("A bounce is running. Stop it first, so its orders aren't left without Tavix "
                              "watching them."));
@@ -58,6 +48,14 @@ TEST_F(AppModelAlpacaTest, KeysAreRefusedInOrderAndALiveKeyNeverLeavesTheCompute
     EXPECT_EQ(accountReads(), 1);
     EXPECT_EQ(connect(QStringLiteral("XYOTHER"), QStringLiteral("secret")), refused);
     EXPECT_EQ(accountReads(), 2);
+
+    // Keys Alpaca takes but the keychain won't store save nothing at all.
+    keychain.setFailing(true);
+    EXPECT_EQ(connect(alpacaFake->key, alpacaFake->secret),
+              QStringLiteral("Alpaca took the keys, but ") + keychainWords().full +
+                  QStringLiteral(" wouldn't store them, so nothing was saved. Try again."));
+    EXPECT_EQ(Session::broker(), std::nullopt);
+    keychain.setFailing(false);
 
     // Any other trouble is told in its own words.
     alpacaFake->fail(test::FakeAlpaca::on("GET", QStringLiteral("/v2/account")), 500, 50010000,
@@ -104,19 +102,10 @@ TEST_F(AppModelAlpacaTest, GoodKeysAddAProfileWithItsAccountAndTidiedName) {
     EXPECT_EQ(keychain.items().size(), 2u);
 }
 
-TEST_F(AppModelAlpacaTest, AKeychainThatWontStoreSavesNothing) {
-    AppModel& m = started();
-    keychain.setFailing(true);
-    EXPECT_EQ(connect(alpacaFake->key, alpacaFake->secret),
-              QStringLiteral("Alpaca took the keys, but ") + keychainWords().full +
-                  QStringLiteral(" wouldn't store them, so nothing was saved. Try again."));
-    EXPECT_TRUE(m.alpacaProfiles().empty());
-    EXPECT_EQ(Session::broker(), std::nullopt);
-    EXPECT_EQ(m.broker()->id(), BrokerID::mock());
-}
-
 TEST_F(AppModelAlpacaTest, KeysOutliveARestartAndGoWithTheirProfileOnly) {
-    addThenRestart();
+    started();
+    ASSERT_EQ(connect(alpacaFake->key, alpacaFake->secret), std::nullopt);
+    started();
     ASSERT_EQ(model->broker()->id(), BrokerID::alpaca());
     ASSERT_TRUE(model->account());
     EXPECT_EQ(model->account()->id, accountNumber);
@@ -132,22 +121,8 @@ TEST_F(AppModelAlpacaTest, KeysOutliveARestartAndGoWithTheirProfileOnly) {
                                    QStringLiteral(", so it kept the account. Try again."));
     EXPECT_EQ(model->alpacaProfiles().size(), 1u);
     EXPECT_EQ(model->broker()->id(), BrokerID::alpaca());
-    keychain.setFailing(false);
 
-    await(model->forgetAlpaca(QStringLiteral("alpaca")));
-    EXPECT_TRUE(model->alpacaProfiles().empty());
-    EXPECT_TRUE(Session::alpacaProfiles().empty());
-    EXPECT_EQ(model->broker()->id(), BrokerID::mock());
-    EXPECT_EQ(Session::broker(), BrokerID::mock());
-    EXPECT_EQ(await(AlpacaKeys::saved(&keychain, QStringLiteral("alpaca"))), std::nullopt);
-    EXPECT_TRUE(keychain.items().empty());
-}
-
-TEST_F(AppModelAlpacaTest, KeysThatCantBeReadOpenPracticeWithABannerAndTheModelKeepsWorking) {
-    addThenRestart();
-    ASSERT_EQ(model->broker()->id(), BrokerID::alpaca());
-
-    keychain.setFailing(true);
+    // Keys that can't be read at start-up open Practice, and the model keeps working.
     AppModel& m = started();
     EXPECT_EQ(m.broker()->id(), BrokerID::mock());
     EXPECT_EQ(m.banner(), QStringLiteral("Tavix couldn't read your Alpaca keys from ") +
@@ -157,10 +132,20 @@ TEST_F(AppModelAlpacaTest, KeysThatCantBeReadOpenPracticeWithABannerAndTheModelK
     EXPECT_EQ(m.accountKind(), AccountKind::practice);
     ASSERT_TRUE(m.account());
     EXPECT_EQ(Session::broker(), BrokerID::alpaca()) << "the choice stays for when the keys are back";
-
     pacer.advance(AppModel::accountLoopSeconds);
     EXPECT_EQ(m.accountRound(), 1);
     EXPECT_TRUE(m.isConnected());
+
+    keychain.setFailing(false);
+    started();
+    ASSERT_EQ(model->broker()->id(), BrokerID::alpaca());
+    await(model->forgetAlpaca(QStringLiteral("alpaca")));
+    EXPECT_TRUE(model->alpacaProfiles().empty());
+    EXPECT_TRUE(Session::alpacaProfiles().empty());
+    EXPECT_EQ(model->broker()->id(), BrokerID::mock());
+    EXPECT_EQ(Session::broker(), BrokerID::mock());
+    EXPECT_EQ(await(AlpacaKeys::saved(&keychain, QStringLiteral("alpaca"))), std::nullopt);
+    EXPECT_TRUE(keychain.items().empty());
 }
 
 }  // namespace

@@ -16,7 +16,6 @@ namespace tavix::test {
 class HeldPractice : public MockBroker {
 public:
     using MockBroker::MockBroker;
-
     ~HeldPractice() override { balanceReads.openAll(); }
 
     QCoro::Task<Balance> balance(QString accountID) override {
@@ -25,34 +24,26 @@ public:
         Balance read = co_await MockBroker::balance(accountID);
         co_return read;
     }
-
     // Counts quote reads, so a test can see how often the loops poll.
     QCoro::Task<std::map<QString, Quote>> quotes(QStringList symbols) override {
         ++quoteReads;
         std::map<QString, Quote> read = co_await MockBroker::quotes(std::move(symbols));
         co_return read;
     }
-
     QCoro::Task<std::vector<SymbolMatch>> searchSymbols(QString text) override {
         if (searchError) throw *searchError;
         std::vector<SymbolMatch> found = co_await MockBroker::searchSymbols(text);
         co_return found;
     }
-
     QCoro::Task<std::optional<RemoteWatchlist>> ownWatchlist() override {
         if (!ownList) co_return std::nullopt;
         RemoteWatchlist list{QStringLiteral("list-1"), QStringLiteral("Primary Watchlist"), *ownList};
         co_return list;
     }
-
     // Symbols in `refusedByList` are quietly left out, as a broker does with what it can't list.
     QCoro::Task<RemoteWatchlist> replaceOwnWatchlist(QStringList symbols, RemoteWatchlist list) override {
-        QStringList kept;
-        for (const auto& symbol : symbols) {
-            if (!refusedByList.contains(symbol)) kept << symbol;
-        }
-        ownList = kept;
-        list.symbols = kept;
+        symbols.removeIf([this](const QString& symbol) { return refusedByList.contains(symbol); });
+        ownList = list.symbols = symbols;
         co_return list;
     }
 
@@ -60,19 +51,22 @@ public:
     std::optional<BrokerError> readError;
     std::optional<BrokerError> searchError;
     int quoteReads = 0;
-    // The broker's own list; none means the broker keeps no list.
-    std::optional<QStringList> ownList;
+    std::optional<QStringList> ownList;  // none: the broker keeps no list
     QStringList refusedByList;
 };
 
 class AppModelFixture : public AppModelHarness {
 protected:
+    // The practice broker runs on the pacer's clock, and `prepare` sees it before the model reads.
     AppModelEnvironment environment() override {
         AppModelEnvironment made = AppModelHarness::environment();
-        made.makePractice = practiceOf<HeldPractice>([this](HeldPractice& broker) {
-            practice = &broker;
-            if (prepare) prepare(broker);
-        });
+        made.makePractice = [this](std::optional<QString> storePath, std::chrono::milliseconds lag) {
+            auto broker =
+                std::make_shared<HeldPractice>(std::move(storePath), lag, [this] { return pacer.now(); });
+            practice = broker.get();
+            if (prepare) prepare(*broker);
+            return std::shared_ptr<MockBroker>(broker);
+        };
         return made;
     }
 
@@ -85,9 +79,7 @@ protected:
         return made;
     }
 
-    // The practice broker the model made last (owned by the model).
-    HeldPractice* practice = nullptr;
-    // Runs on each new practice broker before the model reads from it.
+    HeldPractice* practice = nullptr;  // the practice broker the model made last (owned by the model)
     std::function<void(HeldPractice&)> prepare;
 };
 

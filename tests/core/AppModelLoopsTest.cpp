@@ -3,15 +3,7 @@
 namespace tavix::test {
 namespace {
 
-class AppModelLoopsTest : public AppModelFixture {
-protected:
-    // An option contract watch on the practice account, its last day `days` from now.
-    Json optionWatch(double days) const {
-        return record(model->account()->id, {{"contract", Json("AAPL271217C00150000")},
-                                             {"expiry", Json((pacer.now() + days * 86'400).toIso())}});
-    }
-    Json ride(const char* symbol) const { return record(model->account()->id, {{"symbol", Json(symbol)}}); }
-};
+using AppModelLoopsTest = AppModelFixture;
 
 TEST_F(AppModelLoopsTest, NewsIsReadOnEveryFifteenthAccountRoundOnly) {
     AppModel& m = started();
@@ -66,11 +58,14 @@ TEST_F(AppModelLoopsTest, ADestroyedModelLeavesNothingScheduledAndARoundInFlight
 
 TEST_F(AppModelLoopsTest, TheComputerIsKeptAwakeWhileSomethingIsWatched) {
     AppModel& m = started();
+    const QString here = m.account()->id;
     EXPECT_FALSE(keepAwake.reason());
 
-    m.setContractWatches({optionWatch(10)});
+    // An option contract whose last day is ten days away.
+    m.setContractWatches({record(here, {{"contract", Json("AAPL271217C00150000")},
+                                        {"expiry", Json((pacer.now() + 10 * 86'400).toIso())}})});
     EXPECT_EQ(keepAwake.reason(), QStringLiteral("Watching a Multiplier trade"));
-    m.setRideWatches({ride("AAPL"), ride("MSFT")});
+    m.setRideWatches({record(here, {{"symbol", Json("AAPL")}}), record(here, {{"symbol", Json("MSFT")}})});
     EXPECT_EQ(keepAwake.reason(), QStringLiteral("Watching a Multiplier trade and 2 rides"));
     const int begun = keepAwake.timesBegun();
     pacer.advance(3 * AppModel::accountLoopSeconds);

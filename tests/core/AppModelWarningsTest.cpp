@@ -5,18 +5,18 @@ namespace {
 
 const QString keepWorking =
     QStringLiteral("\n\nYour get-out prices and orders already at your broker keep working.");
+const QString aapl = QStringLiteral("AAPL271217C00150000"), msft = QStringLiteral("MSFT271217P00300000");
 
 class AppModelWarningsTest : public AppModelFixture {
 protected:
     void SetUp() override {
         AppModelFixture::SetUp();
-        makeModel();
-        await(model->attach(BrokerID::mock()));
+        await(makeModel().attach(BrokerID::mock()));
         ASSERT_TRUE(model->account());
         here = model->account()->id;
     }
 
-    Json contract(const char* symbol, const QString& account) const {
+    Json contract(const QString& symbol, const QString& account) const {
         return record(account,
                       {{"contract", Json(symbol)}, {"expiry", Json((pacer.now() + 30 * 86'400).toIso())}});
     }
@@ -37,29 +37,26 @@ TEST_F(AppModelWarningsTest, QuittingWarnsOfEachKindOfWatchInOneSentence) {
     m.setBounces({bounce("AAPL", "ended")});
     EXPECT_EQ(m.quitWarning(), std::nullopt) << "an ended bounce is not looked after";
 
+    const QString multiplier = QStringLiteral(
+        "Tavix sells at your sell price, and on the last day from 10am New York, only while it's open. Still "
+        "held at the close of its last day, a contract can turn into shares.");
     m.setBounces({bounce("AAPL", "buying"), bounce("TSLA", "holding"), bounce("NVDA", "ended")});
-    m.setContractWatches({contract("AAPL271217C00150000", here), contract("MSFT271217P00300000", here),
-                          contract("BTC/USD", here)});
+    m.setContractWatches(
+        {contract(aapl, here), contract(msft, here), contract(QStringLiteral("BTC/USD"), here)});
     m.setRideWatches({ride("SPY", here)});
-    EXPECT_EQ(
-        m.quitWarning(),
-        QStringLiteral("Your bounces on AAPL and TSLA: no next trade until Tavix is open again.\n"
-                       "2 Multiplier trades: Tavix sells at your sell price, and on the last day from 10am "
-                       "New York, only while it's open. Still held at the close of its last day, a contract "
-                       "can turn into shares.\n"
-                       "Your exits on BTC/USD: Tavix sells at your sell price only while it's open.\n"
-                       "Your ride on SPY: it starts following only while Tavix is open.") +
-            keepWorking);
+    EXPECT_EQ(m.quitWarning(),
+              QStringLiteral("Your bounces on AAPL and TSLA: no next trade until Tavix is open "
+                             "again.\n2 Multiplier trades: ") +
+                  multiplier +
+                  QStringLiteral("\nYour exits on BTC/USD: Tavix sells at your sell price only "
+                                 "while it's open.\nYour ride on SPY: it starts following only "
+                                 "while Tavix is open.") +
+                  keepWorking);
 
     m.setBounces({});
-    m.setContractWatches({contract("AAPL271217C00150000", here)});
+    m.setContractWatches({contract(aapl, here)});
     m.setRideWatches({});
-    EXPECT_EQ(
-        m.quitWarning(),
-        QStringLiteral("A Multiplier trade: Tavix sells at your sell price, and on the last day from 10am "
-                       "New York, only while it's open. Still held at the close of its last day, a contract "
-                       "can turn into shares.") +
-            keepWorking);
+    EXPECT_EQ(m.quitWarning(), QStringLiteral("A Multiplier trade: ") + multiplier + keepWorking);
 }
 
 TEST_F(AppModelWarningsTest, LeavingCountsThisAccountsMultiplierTradesOnly) {
@@ -70,30 +67,29 @@ TEST_F(AppModelWarningsTest, LeavingCountsThisAccountsMultiplierTradesOnly) {
     EXPECT_EQ(m.accountLeaving(), std::nullopt);
 
     m.setContractWatches(
-        {contract("AAPL271217C00150000", QStringLiteral("elsewhere")), contract("BTC/USD", here)});
+        {contract(aapl, QStringLiteral("elsewhere")), contract(QStringLiteral("BTC/USD"), here)});
     EXPECT_EQ(m.accountLeaving(), std::nullopt);
-
-    m.setContractWatches({contract("AAPL271217C00150000", here)});
+    m.setContractWatches({contract(aapl, here)});
     EXPECT_EQ(m.accountLeaving(), QStringLiteral("This account has a Multiplier trade") + tail);
-    m.setContractWatches({contract("AAPL271217C00150000", here), contract("MSFT271217P00300000", here)});
+    m.setContractWatches({contract(aapl, here), contract(msft, here)});
     EXPECT_EQ(m.accountLeaving(), QStringLiteral("This account has 2 Multiplier trades") + tail);
 }
 
 TEST_F(AppModelWarningsTest, ComingBackToAnAccountTellsOfWatchesLeftInAnother) {
     AppModel& m = *model;
-    m.setContractWatches({contract("AAPL271217C00150000", QStringLiteral("other"))});
+    const auto told = [](const char* trades, const char* their) {
+        return QStringLiteral(
+                   "Tavix is looking after %1 in another account. It only watches the account it's "
+                   "on, so %2 last-day sale and exits wait until you switch back.")
+            .arg(QLatin1String(trades), QLatin1String(their));
+    };
+    m.setContractWatches({contract(aapl, QStringLiteral("other"))});
     await(m.attach(BrokerID::mock()));
-    EXPECT_EQ(m.banner(),
-              QStringLiteral("Tavix is looking after a trade in another account. It only watches the "
-                             "account it's on, so its last-day sale and exits wait until you switch "
-                             "back."));
+    EXPECT_EQ(m.banner(), told("a trade", "its"));
 
     m.setRideWatches({ride("SPY", QStringLiteral("other")), ride("QQQ", here)});
     await(m.attach(BrokerID::mock()));
-    EXPECT_EQ(m.banner(),
-              QStringLiteral("Tavix is looking after 2 trades in another account. It only watches the "
-                             "account it's on, so their last-day sale and exits wait until you switch "
-                             "back."));
+    EXPECT_EQ(m.banner(), told("2 trades", "their"));
 
     m.setContractWatches({});
     m.setRideWatches({ride("QQQ", here)});

@@ -8,10 +8,12 @@ protected:
     // The model starts on this list rather than the first-run one.
     AppModel& startWith(const QStringList& watchlist) {
         Session::setWatchlist(watchlist);
-        return started();
+        started();
+        here = model->account()->id;
+        return *model;
     }
 
-    QString accountID() const { return model->account()->id; }
+    QString here;
 };
 
 TEST_F(AppModelWatchlistTest, AddChecksEachComplaintInTurnAndKeepsTheDraft) {
@@ -46,7 +48,7 @@ TEST_F(AppModelWatchlistTest, AddChecksEachComplaintInTurnAndKeepsTheDraft) {
 TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
     // The broker kept no list at start, so nothing was agreed yet.
     AppModel& m = startWith(list({"AAPL", "MSFT", "NVDA"}));
-    ASSERT_EQ(Session::watchlistBase(accountID()), std::nullopt);
+    ASSERT_EQ(Session::watchlistBase(here), std::nullopt);
     // Another account's agreement: had it been read, SPY and TSLA would count as removed here.
     const QStringList elsewhere = list({"AAPL", "SPY", "TSLA", "AMD"});
     Session::setWatchlistBase(elsewhere, QStringLiteral("another-account"));
@@ -56,7 +58,7 @@ TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
     const QStringList united = list({"AAPL", "MSFT", "NVDA", "SPY", "TSLA"});
     EXPECT_EQ(m.watchlist(), united);
     EXPECT_EQ(practice->ownList, united);
-    EXPECT_EQ(Session::watchlistBase(accountID()), united);
+    EXPECT_EQ(Session::watchlistBase(here), united);
 
     // Removed here, and removed at the broker meanwhile: each removal wins over the other side
     // still having it, and the broker's addition is kept.
@@ -67,7 +69,7 @@ TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
     EXPECT_EQ(m.watchlist(), merged);
     EXPECT_EQ(Session::watchlist(), merged);
     EXPECT_EQ(practice->ownList, merged);
-    EXPECT_EQ(Session::watchlistBase(accountID()), merged);
+    EXPECT_EQ(Session::watchlistBase(here), merged);
     EXPECT_EQ(Session::watchlistBase(QStringLiteral("another-account")), elsewhere);
 
     // An addition reaches the broker's list too.
@@ -78,13 +80,13 @@ TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
 TEST_F(AppModelWatchlistTest, ASymbolTheBrokerWontListIsNotTakenForARemoval) {
     prepare = [](HeldPractice& broker) {
         broker.ownList = QStringList();
-        broker.refusedByList = QStringList(QStringLiteral("BTC/USD"));
+        broker.refusedByList = list({"BTC/USD"});
     };
     AppModel& m = startWith(list({"AAPL"}));
     await(m.addToWatchlist(QStringLiteral("BTC/USD")));
     EXPECT_EQ(practice->ownList, list({"AAPL"}));
     // Agreed is only what both sides hold, so the next sync keeps the coin here.
-    EXPECT_EQ(Session::watchlistBase(accountID()), list({"AAPL"}));
+    EXPECT_EQ(Session::watchlistBase(here), list({"AAPL"}));
     await(m.syncWatchlist());
     EXPECT_EQ(m.watchlist(), list({"AAPL", "BTC/USD"}));
 }

@@ -18,37 +18,25 @@ namespace {
 // real keyring never meets the application's items.
 const QString testService = QStringLiteral("com.brindlecove.tavix.test");
 
-class KeychainTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        TAVIX_NEED_BUS(test::missingSecretService());
-        account_ = QStringLiteral("tavix-test-") +
-                   QString::fromUtf8(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        await(keychain_.remove(account_));
-    }
-    void TearDown() override {
-        if (!IsSkipped() && !account_.isEmpty()) await(keychain_.remove(account_));
-    }
-
-    SystemKeychain keychain_{testService};
-    QString account_;
-};
-
-TEST_F(KeychainTest, WritesReadsUpdatesAndRemovesAnItem) {
-    EXPECT_EQ(await(keychain_.read(account_)), std::nullopt);
+TEST(KeychainTest, WritesReadsUpdatesAndRemovesAnItem) {
+    TAVIX_NEED_BUS(test::missingSecretService());
+    SystemKeychain keychain(testService);
+    const QString account = QStringLiteral("tavix-test-item");
+    await(keychain.remove(account));
+    EXPECT_EQ(await(keychain.read(account)), std::nullopt);
 
     // Text beyond ASCII, with quotes and a backslash, must come back byte for byte.
     const QString first = QStringLiteral("pä$$ \"wörd\" \\ ✓");
-    await(keychain_.write(account_, first));
-    EXPECT_EQ(await(keychain_.read(account_)), first);
+    await(keychain.write(account, first));
+    EXPECT_EQ(await(keychain.read(account)), first);
 
-    await(keychain_.write(account_, QStringLiteral("second")));
-    EXPECT_EQ(await(keychain_.read(account_)), QStringLiteral("second"));
+    await(keychain.write(account, QStringLiteral("second")));
+    EXPECT_EQ(await(keychain.read(account)), QStringLiteral("second"));
 
-    await(keychain_.remove(account_));
-    EXPECT_EQ(await(keychain_.read(account_)), std::nullopt);
+    await(keychain.remove(account));
+    EXPECT_EQ(await(keychain.read(account)), std::nullopt);
     // Removing what is already gone is not an error.
-    EXPECT_NO_THROW(await(keychain_.remove(account_)));
+    EXPECT_NO_THROW(await(keychain.remove(account)));
 }
 
 // Without any session bus the system keychain must fail at once, never wait for a bus that won't
@@ -77,7 +65,7 @@ TEST(KeychainWithoutBus, FailsFastWithAKeychainError) {
 }
 
 TEST(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText) {
-    MemoryKeychain keychain_;
+    MemoryKeychain keychain;
     const QString garbled[] = {
         QStringLiteral("hunter2-not-json"),
         QStringLiteral("{\"key\":\"PK1\"}"),
@@ -87,9 +75,9 @@ TEST(AlpacaKeysTest, AnItemThatIsNotAPairOfKeysIsAKeychainErrorWithoutItsText) {
     };
     for (const QString& text : garbled) {
         SCOPED_TRACE(text.toStdString());
-        await(keychain_.write(QStringLiteral("alpaca"), text));
+        await(keychain.write(QStringLiteral("alpaca"), text));
         try {
-            await(AlpacaKeys::saved(&keychain_, QStringLiteral("alpaca")));
+            await(AlpacaKeys::saved(&keychain, QStringLiteral("alpaca")));
             ADD_FAILURE() << "a damaged item was read as keys";
         } catch (const KeychainError& error) {
             EXPECT_EQ(std::string(error.what()).find("hunter2"), std::string::npos) << error.what();

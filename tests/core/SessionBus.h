@@ -15,10 +15,6 @@
 
 namespace tavix::test {
 
-inline bool keyringRequired() {
-    return qEnvironmentVariableIntValue("TAVIX_REQUIRE_KEYRING") == 1;
-}
-
 // Why the session bus can't be used, or nothing when it can.
 inline std::optional<QString> missingSessionBus() {
     if (!QDBusConnection::sessionBus().isConnected()) return QStringLiteral("no D-Bus session bus");
@@ -30,8 +26,8 @@ inline std::optional<QString> missingSecretService() {
     if (auto missing = missingSessionBus()) return missing;
     QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
     const QString name = QStringLiteral("org.freedesktop.secrets");
-    if (bus->isServiceRegistered(name).value()) return std::nullopt;
-    if (bus->activatableServiceNames().value().contains(name)) return std::nullopt;
+    if (bus->isServiceRegistered(name).value() || bus->activatableServiceNames().value().contains(name))
+        return std::nullopt;
     return QStringLiteral("no Secret Service on the session bus");
 }
 
@@ -42,7 +38,7 @@ inline std::optional<QString> missingSecretService() {
 #define TAVIX_NEED_BUS(missing)                                                                 \
     do {                                                                                        \
         if (auto tavixWhy = (missing)) {                                                        \
-            if (::tavix::test::keyringRequired())                                               \
+            if (qEnvironmentVariableIntValue("TAVIX_REQUIRE_KEYRING") == 1)                     \
                 FAIL() << tavixWhy->toStdString() << " (TAVIX_REQUIRE_KEYRING=1)";              \
             GTEST_SKIP() << tavixWhy->toStdString() << "; run through scripts/with-keyring.sh"; \
         }                                                                                       \

@@ -72,37 +72,35 @@ TEST(BrokerErrorText, EveryCaseReadsAsTheUserSeesIt) {
 
 TEST(BrokerDefaults, LocalPreviewPricesFromTheOrderAndCountsFees) {
     BareBroker broker;
-    OrderRequest limit{.symbol = QStringLiteral("AAPL"), .quantity = dec("10"), .type = OrderType::limit,
-                       .limitPrice = dec("187.34")};
-    auto preview = test::await(broker.previewOrder(limit, QStringLiteral("acct")));
-    EXPECT_EQ(preview.estimatedPrice, dec("187.34"));
-    EXPECT_EQ(preview.estimatedValue, dec("1873.4"));
-    EXPECT_EQ(preview.estimatedCommission, dec("1"));
-    EXPECT_TRUE(preview.warnings.isEmpty());
+    const auto preview = [&](OrderRequest r) { return test::await(broker.previewOrder(r, QStringLiteral("acct"))); };
+    auto p = preview({.symbol = QStringLiteral("AAPL"), .quantity = dec("10"), .type = OrderType::limit,
+                      .limitPrice = dec("187.34")});
+    EXPECT_EQ(p.estimatedPrice, dec("187.34"));
+    EXPECT_EQ(p.estimatedValue, dec("1873.4"));
+    EXPECT_EQ(p.estimatedCommission, dec("1"));
+    EXPECT_TRUE(p.warnings.isEmpty());
 
-    OrderRequest option{.symbol = QStringLiteral("AAPL260116C00190000"), .assetType = AssetType::option,
-                        .side = OrderSide::buyToOpen, .quantity = dec("3"), .type = OrderType::limit,
-                        .limitPrice = dec("2.05")};
-    preview = test::await(broker.previewOrder(option, QStringLiteral("acct")));
-    EXPECT_EQ(preview.estimatedValue, dec("615"));
-    EXPECT_EQ(preview.estimatedCommission, dec("2.45"));
+    p = preview({.symbol = QStringLiteral("AAPL260116C00190000"), .assetType = AssetType::option,
+                 .side = OrderSide::buyToOpen, .quantity = dec("3"), .type = OrderType::limit,
+                 .limitPrice = dec("2.05")});
+    EXPECT_EQ(p.estimatedValue, dec("615"));
+    EXPECT_EQ(p.estimatedCommission, dec("2.45"));
 
-    OrderRequest market{.symbol = QStringLiteral("AAPL"), .quantity = dec("1"), .session = OrderSession::extended};
-    preview = test::await(broker.previewOrder(market, QStringLiteral("acct")));
-    EXPECT_EQ(preview.estimatedPrice, std::nullopt);
-    EXPECT_EQ(preview.warnings.size(), 2);
+    p = preview({.symbol = QStringLiteral("AAPL"), .quantity = dec("1"), .session = OrderSession::extended});
+    EXPECT_EQ(p.estimatedPrice, std::nullopt);
+    EXPECT_EQ(p.warnings.size(), 2);
 }
 
 TEST(BrokerDefaults, ReplacingTheOwnWatchlistAddsAndRemovesOneAtATime) {
     BareBroker broker;
     const QStringList symbols = {QStringLiteral("AAPL"), QStringLiteral("MSFT"), QStringLiteral("SPY")};
-    RemoteWatchlist current{QStringLiteral("w1"), QStringLiteral("Tavix"), symbols};
-    auto result = test::await(broker.replaceOwnWatchlist(
-        QStringList{QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")}, current));
+    const QStringList wanted = {QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")};
+    auto result =
+        test::await(broker.replaceOwnWatchlist(wanted, {QStringLiteral("w1"), QStringLiteral("Tavix"), symbols}));
     EXPECT_EQ(broker.calls, (QStringList{QStringLiteral("+NVDA"), QStringLiteral("-MSFT")}));
     EXPECT_EQ(result.id, QStringLiteral("w1"));
     EXPECT_EQ(QSet<QString>(result.symbols.begin(), result.symbols.end()),
-              QSet<QString>({QStringLiteral("NVDA"), QStringLiteral("AAPL"), QStringLiteral("SPY")}));
+              QSet<QString>(wanted.begin(), wanted.end()));
     auto clock = test::await(broker.marketClock());
     EXPECT_GT(clock.nextOpen, clock.asOf);
 }

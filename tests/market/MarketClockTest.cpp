@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace tavix {
 namespace {
 
@@ -14,44 +16,34 @@ Date newYork(int y, int mo, int d, int h, int mi, int s = 0) {
     return Date(static_cast<double>(local.toSecsSinceEpoch()));
 }
 
-TEST(MarketClockHours, OpenAndClosedAroundAnOrdinaryDay) {
-    auto clock = MarketClock::regularHours(newYork(2026, 3, 4, 9, 29, 59));  // Wednesday
-    EXPECT_FALSE(clock.isOpen);
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 4, 9, 30));
-    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 4, 16, 0));
-    EXPECT_EQ(clock.asOf, newYork(2026, 3, 4, 9, 29, 59));
-
-    clock = MarketClock::regularHours(newYork(2026, 3, 4, 9, 30));
-    EXPECT_TRUE(clock.isOpen);
-    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 4, 16, 0));
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 5, 9, 30));  // the session after this one
-
-    clock = MarketClock::regularHours(newYork(2026, 3, 4, 16, 0));  // the close itself is closed
-    EXPECT_FALSE(clock.isOpen);
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 5, 9, 30));
-    EXPECT_EQ(clock.nextClose, newYork(2026, 3, 5, 16, 0));
-
-    clock = MarketClock::regularHours(newYork(2026, 3, 6, 17, 0));  // Friday evening -> Monday
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 3, 9, 9, 30));
+TEST(MarketClockHours, OpenAndClosedAroundOrdinaryDaysHolidaysAndHalfDays) {
+    struct Case {
+        Date at;
+        bool isOpen;
+        Date nextOpen, nextClose;
+    };
+    const std::vector<Case> cases = {
+        {newYork(2026, 3, 4, 9, 29, 59), false, newYork(2026, 3, 4, 9, 30), newYork(2026, 3, 4, 16, 0)},  // Wednesday
+        // Open: the next open is the session after this one. The close itself is closed.
+        {newYork(2026, 3, 4, 9, 30), true, newYork(2026, 3, 5, 9, 30), newYork(2026, 3, 4, 16, 0)},
+        {newYork(2026, 3, 4, 16, 0), false, newYork(2026, 3, 5, 9, 30), newYork(2026, 3, 5, 16, 0)},
+        {newYork(2026, 3, 6, 17, 0), false, newYork(2026, 3, 9, 9, 30), newYork(2026, 3, 9, 16, 0)},  // Friday
+        {newYork(2026, 4, 3, 11, 0), false, newYork(2026, 4, 6, 9, 30), newYork(2026, 4, 6, 16, 0)},  // Good Friday
+        // The day after Thanksgiving closes at one.
+        {newYork(2026, 11, 27, 12, 59), true, newYork(2026, 11, 30, 9, 30), newYork(2026, 11, 27, 13, 0)},
+        {newYork(2026, 11, 27, 13, 0), false, newYork(2026, 11, 30, 9, 30), newYork(2026, 11, 30, 16, 0)},
+        // Thanksgiving Wednesday evening: Thursday is a holiday, Friday a half day.
+        {newYork(2026, 11, 25, 18, 0), false, newYork(2026, 11, 27, 9, 30), newYork(2026, 11, 27, 13, 0)},
+    };
+    for (const Case& c : cases) {
+        const auto clock = MarketClock::regularHours(c.at);
+        EXPECT_EQ(clock.isOpen, c.isOpen) << c.at.toIso().toStdString();
+        EXPECT_EQ(clock.nextOpen, c.nextOpen) << c.at.toIso().toStdString();
+        EXPECT_EQ(clock.nextClose, c.nextClose) << c.at.toIso().toStdString();
+    }
 }
 
-TEST(MarketClockHours, HolidaysHalfDaysAndDaylightSaving) {
-    auto clock = MarketClock::regularHours(newYork(2026, 4, 3, 11, 0));  // Good Friday
-    EXPECT_FALSE(clock.isOpen);
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 4, 6, 9, 30));
-
-    clock = MarketClock::regularHours(newYork(2026, 11, 27, 12, 59));  // the day after Thanksgiving
-    EXPECT_TRUE(clock.isOpen);
-    EXPECT_EQ(clock.nextClose, newYork(2026, 11, 27, 13, 0));
-    clock = MarketClock::regularHours(newYork(2026, 11, 27, 13, 0));
-    EXPECT_FALSE(clock.isOpen);
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 11, 30, 9, 30));
-
-    // Thanksgiving Wednesday evening: Thursday is a holiday, Friday a half day.
-    clock = MarketClock::regularHours(newYork(2026, 11, 25, 18, 0));
-    EXPECT_EQ(clock.nextOpen, newYork(2026, 11, 27, 9, 30));
-    EXPECT_EQ(clock.nextClose, newYork(2026, 11, 27, 13, 0));
-
+TEST(MarketClockHours, TheOpenStaysAtHalfPastNineInNewYorkAcrossDaylightSaving) {
     // Clocks go forward on 8 March 2026: the open stays 9:30 in New York, an hour earlier in UTC.
     const auto before = MarketClock::session(QDate(2026, 3, 6));
     const auto after = MarketClock::session(QDate(2026, 3, 9));

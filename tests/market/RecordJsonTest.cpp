@@ -16,6 +16,9 @@ namespace {
 Decimal dec(std::string_view text) {
     return Decimal::parse(text).value();
 }
+QString q(const char* text) {
+    return QString::fromUtf8(text);
+}
 
 const Date opened = Date::fromSeconds(1772461800.125);
 const Date closed = Date::fromSeconds(1772462100);
@@ -46,109 +49,75 @@ std::string decodeError(std::string_view text) {
     return decodeError(Json::parse(text), out);
 }
 
-Order sellLeg(const char* id, OrderType type, OrderStatus status) {
-    return Order{.id = QString::fromLatin1(id), .accountID = QStringLiteral("acct"),
-                 .symbol = QStringLiteral("AAPL"), .side = OrderSide::sell, .type = type, .status = status,
-                 .quantity = dec("10")};
-}
-
+// An entry with two exits, one of which has its own child, so nesting below the first level is covered.
 Order bracketOrder() {
-    Order takeProfit = sellLeg("o-2", OrderType::limit, OrderStatus::working);
+    const auto sell = [](const char* id, OrderType type, OrderStatus status) {
+        return Order{.id = q(id), .accountID = q("acct"), .symbol = q("AAPL"), .side = OrderSide::sell,
+                     .type = type, .status = status, .quantity = dec("10")};
+    };
+    Order takeProfit = sell("o-2", OrderType::limit, OrderStatus::working);
     takeProfit.limitPrice = dec("210.5");
-    Order stopLoss = sellLeg("o-3", OrderType::stop, OrderStatus::working);
-    stopLoss.stopPrice = dec("190");
-    // A leg with its own child, so nesting below the first level is covered too.
-    Order trailing = sellLeg("o-4", OrderType::trailingStop, OrderStatus::replaced);
-    trailing.replacedBy = QStringLiteral("o-5");
-    trailing.trailAmount = dec("2.5");
-    trailing.highWaterMark = dec("205.01");
-    stopLoss.legs.push_back(trailing);
-    Order entry = sellLeg("12345678901234567890123", OrderType::limit, OrderStatus::partiallyFilled);
-    entry.assetType = AssetType::equity;
-    entry.side = OrderSide::buy;
-    entry.filledQuantity = dec("4");
-    entry.limitPrice = dec("200.01");
-    entry.averageFillPrice = dec("199.9975");
-    entry.enteredAt = opened;
-    entry.closedAt = closed;
-    entry.legs = {takeProfit, stopLoss};
-    entry.clientOrderID = QStringLiteral("tavix-bot-1");
-    entry.timeInForce = TimeInForce::goodTillCancelled;
-    entry.extendedHours = false;
-    return entry;
+    Order trailing = sell("o-4", OrderType::trailingStop, OrderStatus::replaced);
+    std::tie(trailing.replacedBy, trailing.trailAmount, trailing.highWaterMark) =
+        std::tuple(q("o-5"), dec("2.5"), dec("205.01"));
+    Order stopLoss = sell("o-3", OrderType::stop, OrderStatus::working);
+    std::tie(stopLoss.stopPrice, stopLoss.legs) = std::tuple(dec("190"), std::vector{trailing});
+    return {q("12345678901234567890123"), q("acct"), q("AAPL"), AssetType::equity, OrderSide::buy,
+            OrderType::limit, OrderStatus::partiallyFilled, dec("10"), dec("4"), dec("200.01"), std::nullopt,
+            dec("199.9975"), opened, closed, {takeProfit, stopLoss}, q("tavix-bot-1"), std::nullopt,
+            TimeInForce::goodTillCancelled, false, std::nullopt, std::nullopt};
 }
 
 TEST(RecordJsonRoundTrip, EveryRecordAndValueSurvivesTextAndBack) {
-    const BrokerAccount full{QStringLiteral("hash-1"), QStringLiteral("****1234"),
-                             QStringLiteral(u"Spielgeld €"), QStringLiteral("margin"), true};
-    const BrokerAccount bare{QStringLiteral("hash-2"), QStringLiteral("****9"), std::nullopt, std::nullopt,
-                             false};
-    const Balance balance{dec("1000.01"), dec("4000.04"), dec("25000"),
-                          dec("-12.5"),   dec("-0.05"),   std::nullopt};
-    const Position position{QStringLiteral("AAPL  260320C00200000"), AssetType::option, dec("-3"),
-                            dec("4.35"), dec("-1305"), dec("0.000000001"), dec("12"), dec("-3")};
-    const Position barePosition{.symbol = QStringLiteral("X"), .assetType = AssetType::crypto};
-    expectRoundTrips(full, bare, balance, position, barePosition);
-
-    const Quote quote{QStringLiteral("BRK.B"), dec("412.345"), dec("412.3"), dec("412.4"), dec("410"),
-                      dec("415.5"), dec("409.99"), dec("408.1"), 9007199254740993, opened};
-    const Quote lastOnly{.symbol = QStringLiteral("X"), .last = dec("1e-7"), .asOf = closed};
-    const Candle candle{opened, dec("1.1"), dec("1.25"), dec("1.05"), dec("1.2"), 123456789012};
-    const OptionContract contract{QStringLiteral("AAPL  260320C00200000"), QStringLiteral("AAPL"),
-                                  OptionRight::put, dec("200"), Date::fromSeconds(1773964800), dec("4.3"),
-                                  dec("4.4"), dec("4.35"), dec("-0.0521"), dec("-0.45"), dec("0.2875"),
-                                  15000, 10};
-    const CoinRules rules{dec("0.000000001"), dec("0.000000001"), dec("0.01")};
-    expectRoundTrips(quote, lastOnly, candle, DateRange{opened, closed}, contract, rules);
-
-    const OrderRequest request{QStringLiteral("AAPL"), AssetType::equity, OrderSide::sellShort, dec("12"),
+    const OrderRequest request{q("AAPL"),      AssetType::equity,       OrderSide::sellShort, dec("12"),
                                OrderType::stopLimit, dec("99.5"), dec("100"), TimeInForce::fillOrKill,
-                               OrderSession::extended, dec("90"), dec("105"), dec("0.5"),
-                               QStringLiteral("mine-1")};
-    const Fill fill{QStringLiteral("98765432109876543210"), QStringLiteral("o-1"), QStringLiteral("BTC/USD"),
-                    AssetType::crypto, OrderSide::buy, dec("0.000123"), dec("64000.12"), opened,
-                    dec("0.0025")};
-    const Fill bareFill{.id = QStringLiteral("f"), .time = closed};
-    const OrderPreview preview{
-        request, dec("99.5"), dec("1194"), dec("0"), dec("2806.01"),
-        {QStringLiteral("Outside regular hours."), QStringLiteral(u"Short sale: “borrow”")}};
-    expectRoundTrips(request, OrderRequest{}, bracketOrder(), Order{}, fill, bareFill, preview);
-
-    const SymbolMatch match{QStringLiteral("MSFT"), QStringLiteral("Microsoft Corp"), true};
-    const RemoteWatchlist list{QStringLiteral("wl-1"), QStringLiteral("Tech"),
-                               {QStringLiteral("MSFT"), QStringLiteral("AAPL"), QStringLiteral("NVDA")}};
-    const RemoteWatchlist unsaved{std::nullopt, QStringLiteral("New"), {}};
-    expectRoundTrips(match, std::vector<SymbolMatch>{match, SymbolMatch{}}, list, unsaved);
+                               OrderSession::extended, dec("90"), dec("105"), dec("0.5"), q("mine-1")};
+    const SymbolMatch match{q("MSFT"), q("Microsoft Corp"), true};
+    expectRoundTrips(
+        BrokerAccount{q("hash-1"), q("****1234"), q("Spielgeld €"), q("margin"), true},
+        BrokerAccount{q("hash-2"), q("****9"), std::nullopt, std::nullopt, false},
+        Balance{dec("1000.01"), dec("4000.04"), dec("25000"), dec("-12.5"), dec("-0.05"), std::nullopt},
+        Position{q("AAPL  260320C00200000"), AssetType::option, dec("-3"), dec("4.35"), dec("-1305"),
+                 dec("0.000000001"), dec("12"), dec("-3")},
+        Position{.symbol = q("X"), .assetType = AssetType::crypto},
+        Quote{q("BRK.B"), dec("412.345"), dec("412.3"), dec("412.4"), dec("410"), dec("415.5"), dec("409.99"),
+              dec("408.1"), 9007199254740993, opened},
+        Quote{.symbol = q("X"), .last = dec("1e-7"), .asOf = closed},
+        Candle{opened, dec("1.1"), dec("1.25"), dec("1.05"), dec("1.2"), 123456789012}, DateRange{opened, closed},
+        OptionContract{q("AAPL  260320C00200000"), q("AAPL"), OptionRight::put, dec("200"),
+                       Date::fromSeconds(1773964800), dec("4.3"), dec("4.4"), dec("4.35"), dec("-0.0521"),
+                       dec("-0.45"), dec("0.2875"), 15000, 10},
+        CoinRules{dec("0.000000001"), dec("0.000000001"), dec("0.01")}, request, OrderRequest{}, bracketOrder(),
+        Order{},
+        Fill{q("98765432109876543210"), q("o-1"), q("BTC/USD"), AssetType::crypto, OrderSide::buy,
+             dec("0.000123"), dec("64000.12"), opened, dec("0.0025")},
+        Fill{.id = q("f"), .time = closed},
+        OrderPreview{request, dec("99.5"), dec("1194"), dec("0"), dec("2806.01"),
+                     {q("Outside regular hours."), q("Short sale: “borrow”")}},
+        match, std::vector<SymbolMatch>{match, SymbolMatch{}},
+        RemoteWatchlist{q("wl-1"), q("Tech"), {q("MSFT"), q("AAPL"), q("NVDA")}},
+        RemoteWatchlist{std::nullopt, q("New"), {}});
 
     // The plain values records are made of.
     expectRoundTrips(dec("-0.00000001"), dec("12345678901234567890123"), Date::fromSeconds(1772461800.25),
                      std::numeric_limits<int>::min(), std::int64_t{9007199254740993},
                      std::numeric_limits<long long>::max(), 1e-300, true, OrderStatus::partiallyFilled,
-                     QStringList{QStringLiteral("AAPL"), QStringLiteral(u"BRK.B"), QStringLiteral(u"ü")},
-                     std::vector<Decimal>{dec("1.5"), dec("0.0001")},
-                     std::set<QString>{QStringLiteral("b"), QStringLiteral("a")},
-                     std::map<QString, Decimal>{{QStringLiteral("MSFT"), dec("410.2")},
-                                                {QStringLiteral("AAPL"), dec("1")}});
+                     QStringList{q("AAPL"), q("BRK.B"), q("ü")}, std::vector<Decimal>{dec("1.5"), dec("0.0001")},
+                     std::set<QString>{q("b"), q("a")},
+                     std::map<QString, Decimal>{{q("MSFT"), dec("410.2")}, {q("AAPL"), dec("1")}});
 }
 
 TEST(RecordJsonShape, KeysAreFieldNamesAbsentOptionalsLeftOutEnumsByName) {
-    const Quote quote{.symbol = QStringLiteral("AAPL"),
-                      .last = dec("123.45"),
-                      .bid = dec("123.4"),
-                      .volume = 1200,
+    const Quote quote{.symbol = q("AAPL"), .last = dec("123.45"), .bid = dec("123.4"), .volume = 1200,
                       .asOf = Date::fromSeconds(1772461800)};
     EXPECT_EQ(toJson(quote).serializeStd(),
               R"({"symbol":"AAPL","last":123.45,"bid":123.4,"volume":1200,"asOf":"2026-03-02T14:30:00Z"})");
-
-    const OrderRequest request{.symbol = QStringLiteral("SPY"), .quantity = dec("1")};
-    EXPECT_EQ(toJson(request).serializeStd(),
+    EXPECT_EQ(toJson(OrderRequest{.symbol = q("SPY"), .quantity = dec("1")}).serializeStd(),
               R"({"symbol":"SPY","assetType":"equity","side":"buy","quantity":1,"type":"market",)"
               R"("timeInForce":"day","session":"regular"})");
-
     EXPECT_EQ(toJson(Date::fromSeconds(1772461800.25)).stringUtf8(), "2026-03-02T14:30:00.25Z");
-    const std::map<QString, Decimal> marks = {{QStringLiteral("MSFT"), dec("410.2")},
-                                              {QStringLiteral("AAPL"), dec("1")}};
-    EXPECT_EQ(toJson(marks).serializeStd(), R"({"AAPL":1,"MSFT":410.2})");
+    EXPECT_EQ(toJson(std::map<QString, Decimal>{{q("MSFT"), dec("410.2")}, {q("AAPL"), dec("1")}}).serializeStd(),
+              R"({"AAPL":1,"MSFT":410.2})");
 }
 
 TEST(RecordJsonDecode, ReadsFlexibleDecimalsAndLeavesOutEmptyLists) {
@@ -189,17 +158,15 @@ TEST(RecordJsonDecode, ErrorsNameTheRecordAndField) {
               "Order.legs: [1] Order.id: expected a string, found a number");
 
     // A failed decode leaves the record it was decoding into as it was.
-    Quote kept{.symbol = QStringLiteral("KEEP"), .last = dec("1")};
+    Quote kept{.symbol = q("KEEP"), .last = dec("1")};
     EXPECT_THROW(fromJson(Json::parse(R"({"symbol":"NEW","last":"x"})"), kept), JsonError);
-    EXPECT_EQ(kept.symbol, QStringLiteral("KEEP"));
+    EXPECT_EQ(kept.symbol, q("KEEP"));
 }
 
 TEST(RecordJsonDecode, ValuesRefuseWhatTheyCannotReadAndKeepTheirOldValue) {
     Decimal kept = dec("7");
     EXPECT_EQ(decodeError(Json::parse(R"("12,5")"), kept), "expected a decimal number in the string");
-    EXPECT_NE(decodeError(Json::parse(R"("")"), kept), "no error");
-    EXPECT_NE(decodeError(Json::parse("true"), kept), "no error");
-    EXPECT_NE(decodeError(Json::parse("null"), kept), "no error");
+    for (const char* bad : {R"("")", "true", "null"}) EXPECT_NE(decodeError(Json::parse(bad), kept), "no error");
     EXPECT_EQ(kept, dec("7"));
 
     Date date;
@@ -210,8 +177,7 @@ TEST(RecordJsonDecode, ValuesRefuseWhatTheyCannotReadAndKeepTheirOldValue) {
 
     const std::vector<Decimal> prices = {dec("1.5"), dec("0.0001")};
     std::vector<Decimal> keptPrices = prices;
-    EXPECT_EQ(decodeError(Json::parse(R"([2, "x", 3])"), keptPrices),
-              "[1] expected a decimal number in the string");
+    EXPECT_EQ(decodeError(Json::parse(R"([2, "x", 3])"), keptPrices), "[1] expected a decimal number in the string");
     EXPECT_EQ(keptPrices, prices);  // a failed read replaces nothing
     std::map<QString, Decimal> marks;
     EXPECT_EQ(decodeError(Json::parse(R"({"AAPL":1,"MSFT":"x"})"), marks),

@@ -8,13 +8,10 @@ namespace {
 Decimal dec(const char* text) { return *Decimal::parse(std::string_view(text)); }
 
 TEST(SafetyLimitsRules, StartingLimitsKeepTwoFiguresRoundedDown) {
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("12075")), dec("12000"));
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("99.9")), dec("99"));
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("100")), dec("100"));
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("999.99")), dec("990"));
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("0.75")), dec("0"));
-    EXPECT_EQ(SafetyLimits::twoFigures(dec("123456789")), dec("120000000"));
-
+    for (const auto& [value, want] : {std::pair{"12075", "12000"}, {"99.9", "99"}, {"100", "100"},
+                                      {"999.99", "990"}, {"0.75", "0"}, {"123456789", "120000000"}}) {
+        EXPECT_EQ(SafetyLimits::twoFigures(dec(value)), dec(want)) << value;
+    }
     auto limits = SafetyLimits::starting(dec("48300"));
     EXPECT_EQ(limits.perTrade, dec("12000"));
     EXPECT_EQ(limits.dailyLoss, dec("2400"));

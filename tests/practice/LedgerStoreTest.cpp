@@ -12,66 +12,45 @@
 namespace tavix::test {
 namespace {
 
-const QString acme = QStringLiteral("ACME");
-
 QByteArray readAll(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.readAll();
-}
-
-void writeAll(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Caps the size of any file this process writes, so a write fails the way a full disk makes it
 // fail; the cap is lifted again when this goes out of scope.
-class FileSizeCap {
-public:
+struct FileSizeCap {
     explicit FileSizeCap(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &saved_);
-        previous_ = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit capped = saved_;
+        getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit capped = saved;
         capped.rlim_cur = bytes;
         setrlimit(RLIMIT_FSIZE, &capped);
     }
     ~FileSizeCap() {
-        setrlimit(RLIMIT_FSIZE, &saved_);
-        std::signal(SIGXFSZ, previous_);
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previous);
     }
-    FileSizeCap(const FileSizeCap&) = delete;
-    FileSizeCap& operator=(const FileSizeCap&) = delete;
-
-private:
-    rlimit saved_{};
-    void (*previous_)(int) = nullptr;
+    rlimit saved{};
+    void (*previous)(int) = std::signal(SIGXFSZ, SIG_IGN);
 };
 
 class LedgerStoreFiles : public PracticeFixture {
 protected:
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
-        path = folder.filePath(QStringLiteral("practice.json"));
         makeBroker(path);
-        broker->pin(acme, Decimal(100));
     }
     // A ledger with held shares, a day's profit, a resting order and a bracket.
     void trade() {
-        place(stockOrder(acme, OrderSide::buy, 10));
-        place(stockOrder(acme, OrderSide::sell, 2));
+        place(stockOrder(OrderSide::buy, 10));
+        place(stockOrder(OrderSide::sell, 2));
         orders();
-        place(limitOrder(acme, OrderSide::sell, 5, "150"));
-        auto bracket = limitOrder(acme, OrderSide::buy, 2, "90");
-        bracket.takeProfit = Decimal(120);
-        bracket.stopLoss = Decimal(80);
-        place(bracket);
+        place(limitOrder(OrderSide::sell, 5, "150"));
+        place(withExits(limitOrder(OrderSide::buy, 2, "90"), 120, 80));
     }
-    QStringList folderFiles() const { return QDir(folder.path()).entryList(QDir::Files | QDir::Hidden); }
 
     QTemporaryDir folder;
-    QString path;
+    QString path = folder.filePath(QStringLiteral("practice.json"));
 };
 
 TEST_F(LedgerStoreFiles, APracticeAccountComesBackAfterARestart) {
@@ -79,7 +58,6 @@ TEST_F(LedgerStoreFiles, APracticeAccountComesBackAfterARestart) {
     const Ledger before = broker->ledger();
     EXPECT_FALSE(broker->isUnsaved());
     makeBroker(path);
-    broker->pin(acme, Decimal(100));
     EXPECT_FALSE(broker->startedFresh());
     EXPECT_EQ(broker->ledger(), before);
     EXPECT_EQ(broker->openOrders().size(), 4u);  // the resting sale, the entry and its two exits
@@ -96,8 +74,12 @@ TEST_F(LedgerStoreFiles, APracticeAccountComesBackAfterARestart) {
 TEST_F(LedgerStoreFiles, AFileThatCantBeReadIsKeptAsideAndANewAccountStarts) {
     const QByteArray broken = "{\"version\":1,\"ledger\":{\"cash\":";
     broker.reset();
-    writeAll(path, broken);
-    clock = *Date::parseIso(u"2026-03-04T15:06:07Z");
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(broken);
+    }
+    clock = at(u"2026-03-04T15:06:07Z");
     makeBroker(path);
 
     EXPECT_TRUE(broker->startedFresh());
@@ -110,7 +92,7 @@ TEST_F(LedgerStoreFiles, AFileThatCantBeReadIsKeptAsideAndANewAccountStarts) {
     EXPECT_EQ(broker->ledger(), Ledger::opening());
 
     // The new account saves where the old one was, and the kept file stays as it is.
-    place(stockOrder(acme, OrderSide::buy, 1));
+    place(stockOrder(OrderSide::buy, 1));
     EXPECT_TRUE(QFile::exists(path));
     EXPECT_EQ(readAll(folder.filePath(kept)), broken);
 }
@@ -121,15 +103,17 @@ TEST_F(LedgerStoreFiles, AFailedWriteLeavesTheOldFileWhole) {
     ASSERT_FALSE(good.isEmpty());
     {
         FileSizeCap cap(static_cast<rlim_t>(good.size() / 2));
-        place(limitOrder(acme, OrderSide::buy, 1, "50"));
+        place(limitOrder(OrderSide::buy, 1, "50"));
         EXPECT_TRUE(broker->isUnsaved());
         ASSERT_TRUE(broker->saveProblem());
     }
     EXPECT_EQ(readAll(path), good);
-    EXPECT_EQ(folderFiles(), QStringList{QStringLiteral("practice.json")});  // no half-written leftovers
+    // No half-written leftovers.
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("practice.json")});
 
     // The next change saves it all.
-    place(limitOrder(acme, OrderSide::buy, 1, "51"));
+    place(limitOrder(OrderSide::buy, 1, "51"));
     EXPECT_FALSE(broker->isUnsaved());
     EXPECT_FALSE(broker->saveProblem());
     makeBroker(path);

@@ -5,12 +5,10 @@
 namespace tavix::test {
 namespace {
 
-const QString acme = QStringLiteral("ACME");
-
 LedgerTrade trade(const char* quantity, const char* price, long long day = 1, const char* dayStart = "0",
                   AssetType type = AssetType::equity) {
-    return LedgerTrade{.symbol = QStringLiteral("ACME"), .assetType = type, .quantity = dec(quantity),
-                       .price = dec(price), .day = day, .dayStartPrice = dec(dayStart)};
+    return LedgerTrade{.symbol = acme, .assetType = type, .quantity = dec(quantity), .price = dec(price),
+                       .day = day, .dayStartPrice = dec(dayStart)};
 }
 
 TEST(Ledger, AverageCostThroughSalesFlipsAndCovers) {

@@ -5,29 +5,13 @@
 namespace tavix::test {
 namespace {
 
-const QString acme = QStringLiteral("ACME");
-
-class MockBrokerHooks : public PracticeFixture {
-protected:
-    void SetUp() override {
-        PracticeFixture::SetUp();
-        broker->pin(acme, Decimal(100));
-    }
-    std::optional<BrokerError> failureOf(const OrderRequest& request) {
-        try {
-            place(request);
-        } catch (const BrokerError& e) {
-            return e;
-        }
-        return std::nullopt;
-    }
-};
+using MockBrokerHooks = PracticeFixture;
 
 TEST_F(MockBrokerHooks, ATimeOutAfterBookingLeavesTheOrderIn) {
     broker->failNext(MockBroker::timedOut(), true);
-    auto request = stockOrder(acme, OrderSide::buy, 3);
+    auto request = stockOrder(OrderSide::buy, 3);
     request.clientOrderID = QStringLiteral("tavix-1");
-    EXPECT_EQ(failureOf(request), MockBroker::timedOut());
+    EXPECT_EQ(errorOf(broker->placeOrder(request, account())), MockBroker::timedOut());
     EXPECT_EQ(MockBroker::timedOut().text(), QStringLiteral("The request timed out."));
     auto listed = orders();
     ASSERT_EQ(listed.size(), 1u);

@@ -1,6 +1,7 @@
 #pragma once
 
-// A practice broker on a clock the test moves, with short ways to place and read orders.
+// A practice broker on a clock the test moves, with ACME pinned at 100 and short ways to place and
+// read orders.
 
 #include "practice/MockBroker.h"
 #include "support/Await.h"
@@ -20,25 +21,41 @@ inline void PrintTo(const Decimal& value, std::ostream* os) {
 
 namespace tavix::test {
 
-// Wednesday 4 March 2026, 10:00 in New York.
-inline Date wednesdayMorning() {
-    return *Date::parseIso(u"2026-03-04T15:00:00Z");
-}
-
-inline OrderRequest stockOrder(const QString& symbol, OrderSide side, int quantity,
-                               OrderType type = OrderType::market) {
-    return OrderRequest{
-        .symbol = symbol, .assetType = AssetType::equity, .side = side, .quantity = quantity, .type = type};
-}
-
-inline OrderRequest limitOrder(const QString& symbol, OrderSide side, int quantity, const char* limit) {
-    auto request = stockOrder(symbol, side, quantity, OrderType::limit);
-    request.limitPrice = Decimal::parse(limit);
-    return request;
-}
+inline const QString acme = QStringLiteral("ACME");
 
 inline Decimal dec(const char* text) {
     return *Decimal::parse(text);
+}
+inline Date at(const char16_t* iso) {
+    return *Date::parseIso(QStringView(iso));
+}
+
+inline OrderRequest stockOrder(OrderSide side, Decimal quantity, OrderType type = OrderType::market) {
+    return {.symbol = acme, .assetType = AssetType::equity, .side = side, .quantity = quantity, .type = type};
+}
+
+inline OrderRequest limitOrder(OrderSide side, int quantity, const char* limit) {
+    auto request = stockOrder(side, quantity, OrderType::limit);
+    request.limitPrice = dec(limit);
+    return request;
+}
+
+// A take-profit and a stop-loss on the request (0 for none).
+inline OrderRequest withExits(OrderRequest request, int takeProfit, int stopLoss) {
+    if (takeProfit) request.takeProfit = Decimal(takeProfit);
+    if (stopLoss) request.stopLoss = Decimal(stopLoss);
+    return request;
+}
+
+// The error a task ends with, if any.
+template <class T>
+std::optional<BrokerError> errorOf(QCoro::Task<T> task) {
+    try {
+        await(std::move(task));
+    } catch (const BrokerError& e) {
+        return e;
+    }
+    return std::nullopt;
 }
 
 class PracticeFixture : public ::testing::Test {
@@ -49,6 +66,7 @@ protected:
         broker.reset();
         broker = std::make_unique<MockBroker>(std::move(storePath), std::chrono::milliseconds(0),
                                               [this] { return clock; });
+        broker->pin(acme, Decimal(100));
     }
 
     QString account() const { return broker->account().id; }
@@ -57,18 +75,14 @@ protected:
     Order place(const OrderRequest& request) { return await(broker->placeOrder(request, account())); }
     // The raw words of a refusal, or "accepted".
     QString refusalOf(const OrderRequest& request) {
-        try {
-            place(request);
-        } catch (const BrokerError& error) {
-            EXPECT_EQ(error.kind(), BrokerError::Kind::invalidOrder);
-            return error.text();
-        }
-        return QStringLiteral("accepted");
+        const auto error = errorOf(broker->placeOrder(request, account()));
+        if (!error) return QStringLiteral("accepted");
+        EXPECT_EQ(error->kind(), BrokerError::Kind::invalidOrder);
+        return error->text();
     }
     std::vector<Order> orders() { return await(broker->orders(account(), std::nullopt)); }
     Order order(const QString& id) { return await(broker->order(id, account())); }
     void cancel(const QString& id) { await(broker->cancelOrder(id, account())); }
-    Quote quote(const QString& symbol) { return await(broker->quotes({symbol})).at(symbol); }
     std::optional<Position> position(const QString& symbol) {
         for (auto& p : await(broker->positions(account()))) {
             if (p.symbol == symbol) return p;
@@ -76,7 +90,7 @@ protected:
         return std::nullopt;
     }
 
-    Date clock = wednesdayMorning();
+    Date clock = at(u"2026-03-04T15:00:00Z");  // a Wednesday, 10:00 in New York
     std::unique_ptr<MockBroker> broker;
 };
 

@@ -2,19 +2,12 @@
 
 #include "practice/PricePath.h"
 
-#include <gtest/gtest.h>
+#include "PracticeFixture.h"
 
 #include <algorithm>
 
-namespace tavix {
+namespace tavix::test {
 namespace {
-
-Date at(const char16_t* iso) {
-    return *Date::parseIso(QStringView(iso));
-}
-QString text(const char16_t* s) {
-    return QString::fromUtf16(s);
-}
 
 TEST(PracticeMarketTest, TwoMarketsAgreeAndTheCacheNeverChangesAPrice) {
     PracticeMarket warm;
@@ -23,7 +16,8 @@ TEST(PracticeMarketTest, TwoMarketsAgreeAndTheCacheNeverChangesAPrice) {
     std::vector<Date> instants;
     for (double t = 0; t < 6 * 86400; t += 2222) instants.push_back(at(u"2026-03-05T00:00:00Z") + t);
     std::reverse(instants.begin() + static_cast<long>(instants.size() / 2), instants.end());
-    for (const QString& symbol : {text(u"AAPL"), text(u"BTC/USD"), text(u"DOGE/USD"), text(u"SPY")}) {
+    for (const char* name : {"AAPL", "BTC/USD", "DOGE/USD", "SPY"}) {
+        const QString symbol = QString::fromUtf8(name);
         for (Date t : instants) {
             const auto price = warm.price(symbol, t);
             ASSERT_TRUE(price.has_value());
@@ -36,4 +30,4 @@ TEST(PracticeMarketTest, TwoMarketsAgreeAndTheCacheNeverChangesAPrice) {
 }
 
 }  // namespace
-}  // namespace tavix
+}  // namespace tavix::test

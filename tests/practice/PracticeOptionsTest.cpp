@@ -1,13 +1,9 @@
 #include "practice/PracticeOptions.h"
 
-#include <gtest/gtest.h>
+#include "PracticeFixture.h"
 
-namespace tavix {
+namespace tavix::test {
 namespace {
-
-Date at(const char16_t* iso) {
-    return *Date::parseIso(QStringView(iso));
-}
 
 OptionSymbol contract(const char16_t* occ) {
     return *OptionSymbol::parse(QString::fromUtf16(occ));
@@ -39,4 +35,4 @@ TEST(PracticeOptionsTest, ContractsStopAtFourInTheAfternoonNewYork) {
 }
 
 }  // namespace
-}  // namespace tavix
+}  // namespace tavix::test

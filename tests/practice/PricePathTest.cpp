@@ -1,21 +1,12 @@
 #include "practice/PricePath.h"
 
-#include "market/Decimal.h"
-
-#include <gtest/gtest.h>
+#include "PracticeFixture.h"
 
 #include <cmath>
 #include <numbers>
 
-namespace tavix {
+namespace tavix::test {
 namespace {
-
-Date at(const char16_t* iso) {
-    return *Date::parseIso(QStringView(iso));
-}
-Decimal dec(const char* text) {
-    return *Decimal::parse(std::string_view(text));
-}
 
 // Friday 6 March 2026 as a day number; New York is five hours behind UTC.
 constexpr long long friday = 20518;
@@ -86,4 +77,4 @@ TEST(PricePathTest, TickRounding) {
 }
 
 }  // namespace
-}  // namespace tavix
+}  // namespace tavix::test

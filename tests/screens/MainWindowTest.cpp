@@ -1,17 +1,35 @@
 #include "WindowFixture.h"
 
+#include "screens/ChartView.h"
 #include "screens/MoneyText.h"
+#include "screens/Theme.h"
+
+#include <QImage>
 
 namespace tavix::test {
 namespace {
 
-class MainWindowTest : public WindowFixture {};
+// How many pixels of the image have exactly this colour.
+int pixelsOf(const QImage& image, const QColor& colour) {
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) count += image.pixel(x, y) == colour.rgb() ? 1 : 0;
+    }
+    return count;
+}
 
-TEST_F(MainWindowTest, TheHeaderShowsTheAccountInUseAndItsLink) {
+using MainWindowTest = WindowFixture;
+
+TEST_F(MainWindowTest, TheHeaderAndChartFollowTheAccountAndTheSelectedSymbol) {
+    Session::setWatchlist({QStringLiteral("AAPL"), QStringLiteral("MSFT")});
     openWindow();
-    // Before anything is read there is no account to show, and no money.
+    // Before anything is read there is no account to show, no money and no candles.
     EXPECT_FALSE(shown("worth"));
     EXPECT_FALSE(shown("connecting"));
+    ASSERT_TRUE(model->candles().empty());
+    const QImage empty = find<ChartView>("chart")->grab().toImage();
+    EXPECT_EQ(pixelsOf(empty, theme::rise()), 0);
+    EXPECT_EQ(pixelsOf(empty, theme::fall()), 0);
 
     await(model->bootstrap());
     ASSERT_TRUE(model->account().has_value());
@@ -24,6 +42,19 @@ TEST_F(MainWindowTest, TheHeaderShowsTheAccountInUseAndItsLink) {
     EXPECT_TRUE(text("worth").startsWith(u'$'));
     EXPECT_EQ(text("health"), QStringLiteral("Stable"));
     EXPECT_FALSE(shown("connecting"));
+
+    ASSERT_TRUE(eventually([&] { return !model->candles().empty(); }));
+    EXPECT_EQ(text("chartTitle"), QStringLiteral("AAPL"));
+    const QImage drawn = find<ChartView>("chart")->grab().toImage();
+    ASSERT_EQ(drawn.size(), empty.size());
+    EXPECT_NE(drawn, empty);
+    // Made-up prices go both ways: bodies of both colours are drawn.
+    EXPECT_GT(pixelsOf(drawn, theme::rise()), 0);
+    EXPECT_GT(pixelsOf(drawn, theme::fall()), 0);
+
+    // Another symbol empties the chart until its candles come, and the title follows.
+    model->switchTo(QStringLiteral("MSFT"));
+    EXPECT_EQ(text("chartTitle"), QStringLiteral("MSFT"));
 }
 
 TEST_F(MainWindowTest, QuitAsksOnlyWhileSomethingIsWatched) {
@@ -34,9 +65,7 @@ TEST_F(MainWindowTest, QuitAsksOnlyWhileSomethingIsWatched) {
     EXPECT_FALSE(window->isVisible());
 
     window->show();
-    Json::Object ride;
-    ride.emplace_back("symbol", Json("AAPL"));
-    model->setRideWatches(Json::Array{Json(std::move(ride))});
+    model->setRideWatches({Json::parse(R"({"symbol":"AAPL"})")});
     const auto warning = model->quitWarning();
     ASSERT_TRUE(warning.has_value());
 

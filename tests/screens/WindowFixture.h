@@ -24,9 +24,8 @@ protected:
     }
 
     // The window on a fresh model, shown; questions are answered with `answer`.
-    MainWindow& openWindow() {
-        if (!model) makeModel();
-        window = std::make_unique<MainWindow>(*model);
+    void openWindow() {
+        window = std::make_unique<MainWindow>(makeModel());
         window->setAsker([this](const Question& question) {
             asked.push_back(question);
             return answer;
@@ -34,27 +33,22 @@ protected:
         window->resize(1200, 760);
         window->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-        return *window;
     }
 
-    // The window on a model that ran its start-up: the saved account (Practice unless told
-    // otherwise) read, its quotes and the chart loaded.
-    MainWindow& openStarted() {
+    // The window on a model that ran its start-up: Practice read, its quotes and the chart loaded.
+    void openStarted() {
         openWindow();
         await(model->bootstrap());
-        return *window;
     }
 
     template <class Widget>
     Widget* find(const char* name) const {
         return window->findChild<Widget*>(QString::fromLatin1(name));
     }
-
     QString text(const char* labelName) const {
         auto* label = find<QLabel>(labelName);
         return label ? label->text() : QStringLiteral("(no label %1)").arg(QString::fromLatin1(labelName));
     }
-
     bool shown(const char* widgetName) const {
         auto* widget = find<QWidget>(widgetName);
         return widget && widget->isVisible();

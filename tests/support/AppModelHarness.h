@@ -19,7 +19,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -37,7 +36,6 @@ inline QStringList list(std::initializer_list<const char*> symbols) {
 class AppModelHarness : public ::testing::Test {
 protected:
     void SetUp() override { clearSettings(); }
-
     void TearDown() override {
         model.reset();
         clearSettings();
@@ -52,36 +50,22 @@ protected:
 
     // The environment a model is made with; tests may change it before makeModel().
     virtual AppModelEnvironment environment() {
-        AppModelEnvironment made;
-        made.keychain = &keychain;
-        made.keepAwake = &keepAwake;
-        made.pacer = &pacer;
-        made.network = &network;
+        AppModelEnvironment made{.keychain = &keychain,
+                                 .keepAwake = &keepAwake,
+                                 .pacer = &pacer,
+                                 .network = &network,
+                                 .practiceStorePath = QString(),
+                                 .practiceLag = std::chrono::milliseconds(0)};
         if (alpacaFake) made.alpacaEndpoints = alpacaFake->endpoints();
         made.alpacaOptions.clock = [this] { return pacer.now(); };
-        made.practiceStorePath = QString();
-        made.practiceLag = std::chrono::milliseconds(0);
         return made;
     }
 
-    // Makes a practice broker of type `Practice` on the pacer's clock and hands it to `made`
-    // before the model reads from it.
-    template <class Practice>
-    decltype(AppModelEnvironment::makePractice) practiceOf(std::function<void(Practice&)> made) {
-        return [this, made](std::optional<QString> storePath, std::chrono::milliseconds lag) {
-            auto broker =
-                std::make_shared<Practice>(std::move(storePath), lag, [this] { return pacer.now(); });
-            made(*broker);
-            return std::shared_ptr<MockBroker>(broker);
-        };
-    }
-
     // Makes the model (a fresh one each call, as a restart does) and counts its notifications.
-    AppModel& makeModel() { return makeModel(environment()); }
-    AppModel& makeModel(AppModelEnvironment made) {
+    AppModel& makeModel() {
         model.reset();
         changes.clear();
-        model = std::make_unique<AppModel>(std::move(made));
+        model = std::make_unique<AppModel>(environment());
         QObject::connect(model.get(), &AppModel::changed, model.get(),
                          [this](AppModel::Field field) { ++changes[field]; });
         return *model;
@@ -98,11 +82,6 @@ protected:
     FakeAlpaca& fakeAlpaca() {
         if (!alpacaFake) alpacaFake = std::make_unique<FakeAlpaca>();
         return *alpacaFake;
-    }
-
-    int changesOf(AppModel::Field field) const {
-        auto found = changes.find(field);
-        return found == changes.end() ? 0 : found->second;
     }
 
     MemoryKeychain keychain;

@@ -35,7 +35,6 @@ public:
 
     FakeAlpaca();
 
-    QUrl url() const { return server_.url(); }
     // Trading and data both at this server; the stream base is never reached by REST tests.
     AlpacaEndpoints endpoints() const;
     AlpacaCredentials credentials() const { return {key, secret}; }
@@ -68,7 +67,7 @@ public:
     void drop(Match match, int times = 1);
 
     // Paging of list endpoints whose path starts with `pathPrefix`.
-    void setPaging(QString pathPrefix, Paging paging);
+    void setPaging(QString pathPrefix, Paging paging) { paging_.emplace_back(std::move(pathPrefix), paging); }
 
     // ---- The service's state, in Alpaca's shapes.
     Json account;
@@ -96,6 +95,8 @@ public:
 
     // A member's text: a string as it is, a number as written; empty when absent or null.
     static QString field(const Json& object, std::string_view key);
+    // Replaces a member, or appends it when absent.
+    static Json& put(Json& object, std::string_view key, Json value);
 
 private:
     struct Staged {
@@ -103,13 +104,16 @@ private:
         HttpResponse response;
         int times;
     };
+    // One page, [from, to) of a list of `items`, and the token for the next (null at the end).
+    struct Page {
+        qsizetype from = 0;
+        qsizetype to = 0;
+        Json token;
+    };
 
     HttpResponse handle(const HttpRequest& request);
-    HttpResponse route(const HttpRequest& request);
     HttpResponse tradingRoute(const HttpRequest& request);
     HttpResponse dataRoute(const HttpRequest& request);
-
-    HttpResponse listOrders(const HttpRequest& request);
     HttpResponse placeOrder(const HttpRequest& request);
     HttpResponse watchlistsRoute(const HttpRequest& request, const QStringList& parts);
     HttpResponse activitiesRoute(const HttpRequest& request);
@@ -117,13 +121,7 @@ private:
     HttpResponse barsRoute(const HttpRequest& request, const std::optional<QString>& symbol);
     HttpResponse optionSnapshotsRoute(const HttpRequest& request, const std::optional<QString>& underlying);
 
-    // One page, [from, to) of `items` for the request, and the token for the next (null at the end).
-    struct Page {
-        qsizetype from = 0;
-        qsizetype to = 0;
-        Json token;
-    };
-    Page page(const HttpRequest& request, qsizetype items) const;
+    Page page(const HttpRequest& request, std::size_t items) const;
     Json newOrder(const Json& body);
     void setUpState();
 
@@ -132,5 +130,8 @@ private:
     int nextID_ = 1;
     HttpServer server_;
 };
+
+// A query value, empty when absent.
+QString queryText(const HttpRequest& request, const char* key);
 
 }  // namespace tavix::test

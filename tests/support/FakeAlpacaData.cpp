@@ -11,20 +11,19 @@ namespace tavix::test {
 namespace {
 
 QStringList symbolsOf(const HttpRequest& request) {
-    return request.queryValue(QStringLiteral("symbols")).value_or(QString()).split(u',', Qt::SkipEmptyParts);
+    return queryText(request, "symbols").split(u',', Qt::SkipEmptyParts);
 }
 
 // Points of one series that fall in the asked range ("start", "end"), in the asked order.
 std::vector<Json> inRange(const std::vector<Json>& series, const HttpRequest& request) {
-    const auto start = Date::parseIso(request.queryValue(QStringLiteral("start")).value_or(QString()));
-    const auto end = Date::parseIso(request.queryValue(QStringLiteral("end")).value_or(QString()));
+    const auto start = Date::parseIso(queryText(request, "start"));
+    const auto end = Date::parseIso(queryText(request, "end"));
     std::vector<Json> kept;
-    for (const Json& point : series) {
+    std::copy_if(series.begin(), series.end(), std::back_inserter(kept), [&](const Json& point) {
         const auto t = Date::parseIso(FakeAlpaca::field(point, "t"));
-        if (t && (!start || *t >= *start) && (!end || *t <= *end)) kept.push_back(point);
-    }
-    if (request.queryValue(QStringLiteral("sort")) == QStringLiteral("desc"))
-        std::reverse(kept.begin(), kept.end());
+        return t && (!start || *t >= *start) && (!end || *t <= *end);
+    });
+    if (queryText(request, "sort") == QStringLiteral("desc")) std::reverse(kept.begin(), kept.end());
     return kept;
 }
 
@@ -38,10 +37,7 @@ Json known(const std::map<QString, Json>& snapshots, const QStringList& symbols)
 }
 
 Json wrapped(const char* member, Json value, Json token = Json()) {
-    Json answer = Json::object();
-    answer.set(member, std::move(value));
-    answer.set("next_page_token", std::move(token));
-    return answer;
+    return Json(Json::Object{{member, std::move(value)}, {"next_page_token", std::move(token)}});
 }
 
 }  // namespace
@@ -49,6 +45,7 @@ Json wrapped(const char* member, Json value, Json token = Json()) {
 HttpResponse FakeAlpaca::dataRoute(const HttpRequest& request) {
     const QStringList parts = request.path.split(u'/', Qt::SkipEmptyParts);
     const QString& path = request.path;
+    const bool stock = parts.size() == 4 && parts[1] == QStringLiteral("stocks");
     HttpResponse response = HttpResponse::json(404, error(40410000, QStringLiteral("Not Found")));
     if (path == QStringLiteral("/v2/stocks/snapshots")) {
         // Alpaca sends this map bare, without a wrapper.
@@ -56,13 +53,11 @@ HttpResponse FakeAlpaca::dataRoute(const HttpRequest& request) {
     } else if (path == QStringLiteral("/v2/stocks/bars") ||  // coins have no bars here: an empty map
                path == QStringLiteral("/v1beta3/crypto/us/bars")) {
         response = barsRoute(request, std::nullopt);
-    } else if (parts.size() == 4 && parts[1] == QStringLiteral("stocks") &&
-               parts[3] == QStringLiteral("bars")) {
+    } else if (stock && parts[3] == QStringLiteral("bars")) {
         response = barsRoute(request, parts[2]);
-    } else if (parts.size() == 4 && parts[1] == QStringLiteral("stocks") &&
-               parts[3] == QStringLiteral("trades")) {
+    } else if (stock && parts[3] == QStringLiteral("trades")) {
         const auto found = stockTrades.find(parts[2]);
-        const std::vector<Json> trades =
+        const auto trades =
             found == stockTrades.end() ? std::vector<Json>{} : inRange(found->second, request);
         response = HttpResponse::json(200, wrapped("trades", Json(Json::Array(trades))));
     } else if (path == QStringLiteral("/v1beta3/crypto/us/snapshots")) {
@@ -79,27 +74,26 @@ HttpResponse FakeAlpaca::dataRoute(const HttpRequest& request) {
 
 // One symbol's bars as a list, or several symbols' as a map, paged across all points in symbol order.
 HttpResponse FakeAlpaca::barsRoute(const HttpRequest& request, const std::optional<QString>& symbol) {
-    const QString timeframe = request.queryValue(QStringLiteral("timeframe")).value_or(QString());
     QStringList symbols = symbol ? QStringList{*symbol} : symbolsOf(request);
     symbols.sort();
-    std::vector<std::pair<QString, Json>> points;
+    std::vector<std::pair<std::string, Json>> points;
     for (const QString& s : symbols) {
-        const auto found = stockBars.find({s, timeframe});
+        const auto found = stockBars.find({s, queryText(request, "timeframe")});
         if (found == stockBars.end()) continue;
-        for (Json& b : inRange(found->second, request)) points.emplace_back(s, std::move(b));
+        for (Json& b : inRange(found->second, request)) points.emplace_back(s.toStdString(), std::move(b));
     }
-    const Page p = page(request, static_cast<qsizetype>(points.size()));
+    const Page p = page(request, points.size());
     Json bars = symbol ? Json::array() : Json::object();
-    for (qsizetype i = p.from; i < p.to; ++i) {
-        const auto& [s, point] = points[static_cast<std::size_t>(i)];
+    for (auto i = static_cast<std::size_t>(p.from); i < static_cast<std::size_t>(p.to); ++i) {
+        const auto& [s, point] = points[i];
         if (symbol) {
             bars.push(point);
             continue;
         }
-        if (!bars.contains(s.toStdString())) bars.set(s.toStdString(), Json::array());
-        for (auto& member : bars.members()) {
-            if (member.first == s.toStdString()) member.second.push(point);
-        }
+        if (!bars.contains(s)) bars.set(s, Json::array());
+        std::find_if(bars.members().begin(), bars.members().end(), [&](const auto& m) {
+            return m.first == s;
+        })->second.push(point);
     }
     return HttpResponse::json(200, wrapped("bars", std::move(bars), p.token));
 }
@@ -108,27 +102,22 @@ HttpResponse FakeAlpaca::barsRoute(const HttpRequest& request, const std::option
 // and strike.
 HttpResponse FakeAlpaca::optionSnapshotsRoute(const HttpRequest& request,
                                               const std::optional<QString>& underlying) {
-    const QString from = request.queryValue(QStringLiteral("expiration_date_gte")).value_or(QString());
-    const QString to = request.queryValue(QStringLiteral("expiration_date_lte")).value_or(QString());
+    const QString from = queryText(request, "expiration_date_gte");
+    const QString to = queryText(request, "expiration_date_lte");
     std::vector<QString> chosen;
     for (const auto& [contract, snapshot] : optionSnapshots) {
-        if (!underlying) {
-            if (symbolsOf(request).contains(contract)) chosen.push_back(contract);
-            continue;
-        }
         const QString yymmdd = contract.right(15).left(6);
         const QString expiry =
             QStringLiteral("20%1-%2-%3").arg(yymmdd.left(2), yymmdd.mid(2, 2), yymmdd.right(2));
-        if (contract.size() > 15 && contract.chopped(15) == *underlying && expiry >= from &&
-            (to.isEmpty() || expiry <= to))
+        if (underlying ? contract.size() > 15 && contract.chopped(15) == *underlying && expiry >= from &&
+                             (to.isEmpty() || expiry <= to)
+                       : symbolsOf(request).contains(contract))
             chosen.push_back(contract);
     }
-    const Page p = page(request, static_cast<qsizetype>(chosen.size()));
+    const Page p = page(request, chosen.size());
     Json snapshots = Json::object();
-    for (qsizetype i = p.from; i < p.to; ++i) {
-        const QString& contract = chosen[static_cast<std::size_t>(i)];
-        snapshots.set(contract.toStdString(), optionSnapshots.at(contract));
-    }
+    for (auto i = static_cast<std::size_t>(p.from); i < static_cast<std::size_t>(p.to); ++i)
+        snapshots.set(chosen[i].toStdString(), optionSnapshots.at(chosen[i]));
     return HttpResponse::json(200, wrapped("snapshots", std::move(snapshots), p.token));
 }
 

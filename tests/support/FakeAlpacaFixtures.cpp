@@ -22,6 +22,10 @@ Json parsed(const QString& text) {
     return Json::parse(text.toStdString());
 }
 
+std::vector<Json> list(const char* array) {
+    return Json::parse(array).items();
+}
+
 Json dayBar(const QString& t, long long openCents, long long closeCents, long long volume) {
     const auto price = [](long long cents) { return money(cents).toLatin1(); };
     return FakeAlpaca::bar(
@@ -37,9 +41,8 @@ Json stockSnapshot(long long prevCloseCents, long long lastCents) {
                                .arg(money(lastCents), money(lastCents + 3), money(lastCents - 2)));
     snapshot.set("dailyBar",
                  dayBar(QStringLiteral("2026-03-02T05:00:00Z"), prevCloseCents + 40, lastCents, 1893421));
-    snapshot.set("prevDailyBar", dayBar(QStringLiteral("2026-02-27T05:00:00Z"), prevCloseCents - 120,
-                                        prevCloseCents, 52841096));
-    return snapshot;
+    return snapshot.set("prevDailyBar", dayBar(QStringLiteral("2026-02-27T05:00:00Z"), prevCloseCents - 120,
+                                               prevCloseCents, 52841096));
 }
 
 Json cryptoSnapshot(const char* last, const char* bid, const char* ask, const char* prevClose) {
@@ -52,27 +55,8 @@ Json cryptoSnapshot(const char* last, const char* bid, const char* ask, const ch
                            QString::fromLatin1(prevClose)));
 }
 
-Json position(const char* symbol, const char* assetClass, const char* qty, const char* entry,
-              const char* current) {
-    return parsed(QStringLiteral(R"({"asset_id":"b0b6dd9d-8b9b-48a9-ba46-b9d54906e415","symbol":"%1",
-        "asset_class":"%2","qty":"%3","qty_available":"%3","avg_entry_price":"%4","side":"long",
-        "market_value":"1825.5","cost_basis":"1802.5","unrealized_pl":"23","unrealized_plpc":"0.0127600554785021",
-        "unrealized_intraday_pl":"9.5","current_price":"%5","change_today":"0.0052312775330396"})")
-                      .arg(QString::fromLatin1(symbol), QString::fromLatin1(assetClass),
-                           QString::fromLatin1(qty), QString::fromLatin1(entry),
-                           QString::fromLatin1(current)));
-}
-
-Json fill(const char* id, const char* time, const char* symbol, const char* qty, const char* price,
-          const char* type, const char* orderID) {
-    return parsed(QStringLiteral(R"({"id":"%1","activity_type":"FILL","transaction_time":"%2","type":"%6",
-        "price":"%5","qty":"%4","side":"buy","symbol":"%3","leaves_qty":"0","order_id":"%7","cum_qty":"%4"})")
-                      .arg(QString::fromLatin1(id), QString::fromLatin1(time), QString::fromLatin1(symbol),
-                           QString::fromLatin1(qty), QString::fromLatin1(price), QString::fromLatin1(type),
-                           QString::fromLatin1(orderID)));
-}
-
-Json asset(const char* symbol, const char* name, bool crypto, const char* attributes = "") {
+Json asset(const char* symbol, const char* name, const char* attributes = "") {
+    const bool crypto = QByteArray(symbol).contains('/');
     Json a = parsed(
         QStringLiteral(R"({"id":"b0b6dd9d-8b9b-48a9-ba46-b9d54906e415","class":"%1","exchange":"%2",
         "symbol":"%3","name":"%4","status":"active","tradable":true,"marginable":%5,"shortable":%5,
@@ -88,13 +72,14 @@ Json asset(const char* symbol, const char* name, bool crypto, const char* attrib
     return a;
 }
 
-// Sets members of an object that the builder already holds.
-void change(Json& object, std::initializer_list<std::pair<const char*, Json>> changes) {
-    for (const auto& [key, value] : changes) {
-        for (auto& member : object.members()) {
-            if (member.first == key) member.second = value;
-        }
-    }
+// An order of the builder's shape with some members changed.
+Json changed(const char* id, const char* symbol, const char* side, const char* type, const char* qty,
+             const char* status, std::initializer_list<std::pair<const char*, Json>> changes) {
+    Json o =
+        FakeAlpaca::order(QString::fromLatin1(id), QString::fromLatin1(symbol), QString::fromLatin1(side),
+                          QString::fromLatin1(type), QString::fromLatin1(qty), QString::fromLatin1(status));
+    for (const auto& [key, value] : changes) FakeAlpaca::put(o, key, value);
+    return o;
 }
 
 }  // namespace
@@ -150,96 +135,87 @@ void FakeAlpaca::setUpState() {
         "created_at":"2024-01-12T16:22:08.451261Z","balance_asof":"2026-02-27","crypto_tier":1})");
     clock = Json::parse(R"({"timestamp":"2026-03-02T10:04:05.123456789-05:00","is_open":true,
         "next_open":"2026-03-03T09:30:00-05:00","next_close":"2026-03-02T16:00:00-05:00"})");
-    positions = {
-        position("AAPL", "us_equity", "10", "180.25", "182.55"),
-        position("AAPL260320C00200000", "us_option", "1", "3.1", "3.45"),
-        // Alpaca names coin positions without the slash.
-        position("BTCUSD", "crypto", "0.0499875", "61234.5", "62001.25"),
-    };
+    // Alpaca names coin positions without the slash.
+    positions = list(R"([
+        {"symbol":"AAPL","asset_class":"us_equity","qty":"10","qty_available":"10","avg_entry_price":"180.25",
+         "side":"long","market_value":"1825.5","cost_basis":"1802.5","unrealized_pl":"23",
+         "unrealized_intraday_pl":"9.5","current_price":"182.55","change_today":"0.0052312775330396"},
+        {"symbol":"AAPL260320C00200000","asset_class":"us_option","qty":"1","qty_available":"1",
+         "avg_entry_price":"3.1","side":"long","market_value":"345","unrealized_pl":"35",
+         "current_price":"3.45"},
+        {"symbol":"BTCUSD","asset_class":"crypto","qty":"0.0499875","qty_available":"0.0499875",
+         "avg_entry_price":"61234.5","side":"long","market_value":"3099.28","unrealized_pl":"38.37",
+         "current_price":"62001.25"}])");
 
     // Oldest first: a filled buy, a resting sell, and a bracket whose exits rest under it.
-    Json filled = order(QStringLiteral("61e69015-8549-4bfd-b9c3-01e75843f47d"), QStringLiteral("AAPL"),
-                        QStringLiteral("buy"), QStringLiteral("market"), QStringLiteral("10"),
-                        QStringLiteral("filled"));
-    change(filled,
-           {{"filled_at", Json("2026-03-02T14:31:25.014387261Z")}, {"filled_avg_price", Json("180.25")}});
-    Json resting =
-        order(QStringLiteral("a1d3f5c2-6b8e-4f10-9c2d-3e4f5a6b7c8d"), QStringLiteral("AAPL"),
-              QStringLiteral("sell"), QStringLiteral("limit"), QStringLiteral("5"), QStringLiteral("new"));
-    change(resting, {{"limit_price", Json("195.5")},
-                     {"time_in_force", Json("gtc")},
-                     {"submitted_at", Json("2026-03-02T14:40:02.5Z")}});
-    Json takeProfit =
-        order(QStringLiteral("d1e2f3a4-b5c6-4d7e-8f90-a1b2c3d4e5f6"), QStringLiteral("MSFT"),
-              QStringLiteral("sell"), QStringLiteral("limit"), QStringLiteral("2"), QStringLiteral("new"));
-    change(takeProfit, {{"limit_price", Json("430")}, {"order_class", Json("bracket")}});
-    Json stopLoss =
-        order(QStringLiteral("e2f3a4b5-c6d7-4e8f-90a1-b2c3d4e5f6a7"), QStringLiteral("MSFT"),
-              QStringLiteral("sell"), QStringLiteral("stop"), QStringLiteral("2"), QStringLiteral("held"));
-    change(stopLoss, {{"stop_price", Json("395")}, {"order_class", Json("bracket")}});
-    Json bracket =
-        order(QStringLiteral("c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c"), QStringLiteral("MSFT"),
-              QStringLiteral("buy"), QStringLiteral("limit"), QStringLiteral("2"), QStringLiteral("filled"));
-    change(bracket, {{"order_class", Json("bracket")},
-                     {"limit_price", Json("410.1")},
-                     {"filled_avg_price", Json("410.05")},
-                     {"filled_at", Json("2026-03-02T14:45:00.000000001Z")},
-                     {"submitted_at", Json("2026-03-02T14:44:59.99Z")},
-                     {"legs", Json(Json::Array{takeProfit, stopLoss})}});
-    orders = {filled, resting, bracket};
-
-    assets = {
-        asset("AAPL", "Apple Inc. Common Stock", false, R"("fractional_eh_enabled","has_options")"),
-        asset("MSFT", "Microsoft Corporation Common Stock", false, R"("has_options")"),
-        asset("SPY", "SPDR S&P 500 ETF Trust", false, R"("has_options")"),
-        asset("BRK.B", "Berkshire Hathaway Inc. Class B Common Stock", false),
-        asset("BTC/USD", "Bitcoin  / US Dollar", true),
-        asset("ETH/USD", "Ethereum / US Dollar", true),
-        asset("OLDCO", "Old Company Ordinary Shares", false),
+    orders = {
+        changed("61e69015-8549-4bfd-b9c3-01e75843f47d", "AAPL", "buy", "market", "10", "filled",
+                {{"filled_at", "2026-03-02T14:31:25.014387261Z"}, {"filled_avg_price", "180.25"}}),
+        changed(
+            "a1d3f5c2-6b8e-4f10-9c2d-3e4f5a6b7c8d", "AAPL", "sell", "limit", "5", "new",
+            {{"limit_price", "195.5"}, {"time_in_force", "gtc"}, {"submitted_at", "2026-03-02T14:40:02.5Z"}}),
+        changed("c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c", "MSFT", "buy", "limit", "2", "filled",
+                {{"order_class", "bracket"},
+                 {"limit_price", "410.1"},
+                 {"filled_avg_price", "410.05"},
+                 {"filled_at", "2026-03-02T14:45:00.000000001Z"},
+                 {"submitted_at", "2026-03-02T14:44:59.99Z"},
+                 {"legs", Json(Json::Array{
+                              changed("d1e2f3a4-b5c6-4d7e-8f90-a1b2c3d4e5f6", "MSFT", "sell", "limit", "2",
+                                      "new", {{"limit_price", "430"}, {"order_class", "bracket"}}),
+                              changed("e2f3a4b5-c6d7-4e8f-90a1-b2c3d4e5f6a7", "MSFT", "sell", "stop", "2",
+                                      "held", {{"stop_price", "395"}, {"order_class", "bracket"}})})}}),
     };
-    change(assets.back(), {{"status", Json("inactive")}, {"tradable", Json(false)}});
+
+    assets = {asset("AAPL", "Apple Inc. Common Stock", R"("fractional_eh_enabled","has_options")"),
+              asset("MSFT", "Microsoft Corporation Common Stock", R"("has_options")"),
+              asset("SPY", "SPDR S&P 500 ETF Trust", R"("has_options")"),
+              asset("BRK.B", "Berkshire Hathaway Inc. Class B Common Stock"),
+              asset("BTC/USD", "Bitcoin  / US Dollar"),
+              asset("ETH/USD", "Ethereum / US Dollar"),
+              asset("OLDCO", "Old Company Ordinary Shares")};
+    put(put(assets.back(), "status", "inactive"), "tradable", false);
 
     watchlists = {Json::parse(R"({"id":"3174d6df-7726-44b4-a5bd-7fda5ae6e009",
         "account_id":"904837e3-3b76-47ec-b432-046db621571b","created_at":"2025-11-04T17:21:10.123456789Z",
         "updated_at":"2026-02-27T20:01:02.987654321Z","name":"Primary Watchlist"})")};
     watchlists[0].set("assets", Json(Json::Array{assets[0], assets[1]}));
 
-    activities = {
-        fill("20260302144500000::8e1f0c3a", "2026-03-02T14:45:00.000000001Z", "MSFT", "2", "410.05", "fill",
-             "c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c"),
-        fill("20260302143125014::1a2b3c4d", "2026-03-02T14:31:25.014387261Z", "AAPL", "6", "180.25", "fill",
-             "61e69015-8549-4bfd-b9c3-01e75843f47d"),
-        fill("20260302143124990::0f1e2d3c", "2026-03-02T14:31:24.990001Z", "AAPL", "4", "180.25",
-             "partial_fill", "61e69015-8549-4bfd-b9c3-01e75843f47d"),
-        Json::parse(R"({"id":"20260220000000000::5a4b3c2d","activity_type":"OPEXP","date":"2026-02-20",
-            "net_amount":"0","description":"Option Expiry","symbol":"AAPL260220C00250000","qty":"-1",
-            "status":"executed"})"),
-    };
+    activities = list(R"([
+        {"id":"20260302144500000::8e1f0c3a","activity_type":"FILL",
+         "transaction_time":"2026-03-02T14:45:00.000000001Z",
+         "type":"fill","price":"410.05","qty":"2","side":"buy","symbol":"MSFT","leaves_qty":"0","cum_qty":"2",
+         "order_id":"c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c"},
+        {"id":"20260302143125014::1a2b3c4d","activity_type":"FILL",
+         "transaction_time":"2026-03-02T14:31:25.014387261Z","type":"fill","price":"180.25","qty":"6",
+         "side":"buy","symbol":"AAPL","leaves_qty":"0","cum_qty":"10",
+         "order_id":"61e69015-8549-4bfd-b9c3-01e75843f47d"},
+        {"id":"20260302143124990::0f1e2d3c","activity_type":"FILL",
+         "transaction_time":"2026-03-02T14:31:24.990001Z",
+         "type":"partial_fill","price":"180.25","qty":"4","side":"buy","symbol":"AAPL","leaves_qty":"6",
+         "cum_qty":"4","order_id":"61e69015-8549-4bfd-b9c3-01e75843f47d"},
+        {"id":"20260220000000000::5a4b3c2d","activity_type":"OPEXP","date":"2026-02-20","net_amount":"0",
+         "description":"Option Expiry","symbol":"AAPL260220C00250000","qty":"-1","status":"executed"}])");
 
     // Two expiries, three strikes, calls and puts; the far strike has no greeks yet.
-    for (const char* expiry : {"2026-03-06", "2026-03-20"}) {
+    for (const QString& date : {QStringLiteral("2026-03-06"), QStringLiteral("2026-03-20")}) {
         for (const int strike : {190, 200, 210}) {
             for (const bool call : {true, false}) {
-                const QString date = QString::fromLatin1(expiry);
-                const QString symbol =
-                    QStringLiteral("AAPL%1%2%3")
-                        .arg(date.mid(2).remove(u'-'), call ? QStringLiteral("C") : QStringLiteral("P"))
-                        .arg(strike * 1000, 8, 10, QChar(u'0'));
-                const long long intrinsic = std::max(0LL, (call ? 1 : -1) * (18255LL - strike * 100LL));
+                const QString right = call ? QStringLiteral("call") : QStringLiteral("put");
+                const QString symbol = QStringLiteral("AAPL%1%2%3")
+                                           .arg(date.mid(2).remove(u'-'), right.left(1).toUpper())
+                                           .arg(strike * 1000, 8, 10, QChar(u'0'));
                 // Time value shrinks away from the money.
-                const long long mid =
-                    intrinsic + std::max(20LL, 400 - std::abs(strike * 100LL - 18255LL) / 5);
-                optionContracts.push_back(
-                    parsed(QStringLiteral(R"({"id":"0c6b2f2e-%1","symbol":"%1",
+                const long long mid = std::max(0LL, (call ? 1 : -1) * (18255LL - strike * 100LL)) +
+                                      std::max(20LL, 400 - std::abs(strike * 100LL - 18255LL) / 5);
+                optionContracts.push_back(parsed(QStringLiteral(R"({"id":"0c6b2f2e-%1","symbol":"%1",
                     "name":"AAPL %2 %3 %4","status":"active","tradable":true,"expiration_date":"%2",
-                    "root_symbol":"AAPL","underlying_symbol":"AAPL","type":"%5","style":"american",
-                    "strike_price":"%3","multiplier":"100","size":"100","open_interest":"%6",
-                    "open_interest_date":"2026-02-27","close_price":"%7","close_price_date":"2026-02-27"})")
-                               .arg(symbol, date, QString::number(strike),
-                                    call ? QStringLiteral("Call") : QStringLiteral("Put"),
-                                    call ? QStringLiteral("call") : QStringLiteral("put"))
-                               .arg(1000 + strike)
-                               .arg(money(mid))));
+                    "root_symbol":"AAPL","underlying_symbol":"AAPL","type":"%4","style":"american",
+                    "strike_price":"%3","multiplier":"100","size":"100","open_interest":"%5",
+                    "open_interest_date":"2026-02-27","close_price":"%6","close_price_date":"2026-02-27"})")
+                                                     .arg(symbol, date, QString::number(strike), right)
+                                                     .arg(1000 + strike)
+                                                     .arg(money(mid))));
                 Json snapshot = parsed(QStringLiteral(R"({
                     "latestQuote":{"t":"2026-03-02T15:04:00.502113847Z","ax":"C","ap":%1,"as":12,"bx":"X","bp":%2,
                                    "bs":9,"c":"A"},
@@ -257,22 +233,18 @@ void FakeAlpaca::setUpState() {
         }
     }
 
-    stockSnapshots = {
-        {QStringLiteral("AAPL"), stockSnapshot(18160, 18255)},
-        {QStringLiteral("MSFT"), stockSnapshot(41212, 41005)},
-        {QStringLiteral("SPY"), stockSnapshot(68401, 68555)},
-    };
+    stockSnapshots = {{QStringLiteral("AAPL"), stockSnapshot(18160, 18255)},
+                      {QStringLiteral("MSFT"), stockSnapshot(41212, 41005)},
+                      {QStringLiteral("SPY"), stockSnapshot(68401, 68555)}};
     cryptoSnapshots = {
         {QStringLiteral("BTC/USD"), cryptoSnapshot("62001.25", "61995.1", "62010.705", "61800")},
-        {QStringLiteral("ETH/USD"), cryptoSnapshot("3321.4", "3320.95", "3322.1", "3290.05")},
-    };
+        {QStringLiteral("ETH/USD"), cryptoSnapshot("3321.4", "3320.95", "3322.1", "3290.05")}};
 
     // Ten trading days of daily bars.
     const char* const days[] = {"2026-02-17", "2026-02-18", "2026-02-19", "2026-02-20", "2026-02-23",
                                 "2026-02-24", "2026-02-25", "2026-02-26", "2026-02-27", "2026-03-02"};
-    for (const auto& [symbol, base] :
-         {std::pair{QStringLiteral("AAPL"), 17800LL}, std::pair{QStringLiteral("MSFT"), 40500LL}}) {
-        std::vector<Json>& daily = stockBars[{symbol, QStringLiteral("1Day")}];
+    for (const auto& [symbol, base] : {std::pair{"AAPL", 17800LL}, std::pair{"MSFT", 40500LL}}) {
+        std::vector<Json>& daily = stockBars[{QString::fromLatin1(symbol), QStringLiteral("1Day")}];
         long long close = base;
         for (int i = 0; i < 10; ++i) {
             const long long open = close + (i % 3 == 0 ? -35 : 20);

@@ -4,8 +4,6 @@
 
 #include <coroutine>
 #include <deque>
-#include <memory>
-#include <utility>
 
 namespace tavix::test {
 
@@ -18,18 +16,17 @@ public:
 
     QCoro::Task<void> pass() {
         if (!holding) co_return;
-        auto gate = std::make_shared<Gate>();
-        waiting_.push_back(gate);
-        Gate::Awaiter awaiter{gate.get()};
+        // A plain pointer: g++ 12 mishandles temporaries with destructors inside co_await.
+        Awaiter awaiter{&waiting_};
         co_await awaiter;
     }
 
     // Lets the oldest held call go on; false when none waits.
     bool releaseOne() {
         if (waiting_.empty()) return false;
-        auto gate = waiting_.front();
+        std::coroutine_handle<> held = waiting_.front();
         waiting_.pop_front();
-        open(*gate);
+        held.resume();
         return true;
     }
     void openAll() {
@@ -42,24 +39,14 @@ public:
     bool holding = false;
 
 private:
-    struct Gate {
-        bool open = false;
-        std::coroutine_handle<> waiting;
-        // A plain pointer: g++ 12 mishandles temporaries with destructors inside co_await.
-        struct Awaiter {
-            Gate* gate;
-            bool await_ready() const noexcept { return gate->open; }
-            void await_suspend(std::coroutine_handle<> handle) noexcept { gate->waiting = handle; }
-            void await_resume() const noexcept {}
-        };
+    struct Awaiter {
+        std::deque<std::coroutine_handle<>>* waiting;
+        bool await_ready() const noexcept { return false; }
+        void await_suspend(std::coroutine_handle<> handle) noexcept { waiting->push_back(handle); }
+        void await_resume() const noexcept {}
     };
 
-    static void open(Gate& gate) {
-        gate.open = true;
-        if (gate.waiting) std::exchange(gate.waiting, nullptr).resume();
-    }
-
-    std::deque<std::shared_ptr<Gate>> waiting_;
+    std::deque<std::coroutine_handle<>> waiting_;
 };
 
 }  // namespace tavix::test

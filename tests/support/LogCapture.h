@@ -14,8 +14,7 @@ namespace tavix::test {
 class LogCapture {
 public:
     struct Line {
-        QString category;
-        QString message;
+        QString category, message;
     };
 
     LogCapture();
@@ -26,12 +25,10 @@ public:
     std::vector<Line> lines() const;
     // The messages logged under a category ("com.brindlecove.tavix.budget").
     QStringList messages(const QString& category) const;
-    // True when any message contains the text.
+    // True when any message (or category) contains the text.
     bool mentions(const QString& text) const;
 
 private:
-    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message);
-
     mutable std::mutex mutex_;
     std::vector<Line> lines_;
     QtMessageHandler previous_ = nullptr;
