@@ -16,12 +16,20 @@ namespace tavix::test {
 class HeldPractice : public MockBroker {
 public:
     using MockBroker::MockBroker;
-    ~HeldPractice() override { balanceReads.openAll(); }
+    ~HeldPractice() override {
+        balanceReads.openAll();
+        candleReads.openAll();
+    }
 
     QCoro::Task<Balance> balance(QString accountID) override {
         co_await balanceReads.pass();
         if (readError) throw *readError;
         Balance read = co_await MockBroker::balance(accountID);
+        co_return read;
+    }
+    QCoro::Task<std::vector<Candle>> candles(QString symbol, CandleInterval interval, DateRange range) override {
+        co_await candleReads.pass();
+        std::vector<Candle> read = co_await MockBroker::candles(std::move(symbol), interval, range);
         co_return read;
     }
     // Counts quote reads, so a test can see how often the loops poll.
@@ -48,6 +56,7 @@ public:
     }
 
     Gates balanceReads;
+    Gates candleReads;
     std::optional<BrokerError> readError;
     std::optional<BrokerError> searchError;
     int quoteReads = 0;

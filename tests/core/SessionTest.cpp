@@ -6,6 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+#include <vector>
+
 namespace tavix {
 namespace {
 
@@ -138,6 +142,39 @@ TEST_F(SessionTest, DamagedValuesGiveTheDefaultAndSpareTheirNeighbours) {
     EXPECT_EQ(Session::soundLevel(QStringLiteral("fill")), std::nullopt);
     EXPECT_EQ(Session::bounceBreakUp(), std::nullopt);
     EXPECT_EQ(Session::termsAgreed(), std::nullopt);
+}
+
+// Records of automations this build does not read go back exactly as they came: exact numbers,
+// unknown fields and key order included.
+TEST_F(SessionTest, OpaqueRecordsAreWrittenBackByteForByte) {
+    const std::vector<std::pair<const char*, std::function<void()>>> lists = {
+        {"tavix.bounces", [] { Session::setBounces(Session::bounces()); }},
+        {"tavix.contractWatches", [] { Session::setContractWatches(Session::contractWatches()); }},
+        {"tavix.rideWatches", [] { Session::setRideWatches(Session::rideWatches()); }},
+        {"tavix.priceAlerts", [] { Session::setPriceAlerts(Session::priceAlerts()); }},
+        {"tavix.studies", [] { Session::setStudies(Session::studies()); }},
+        {"tavix.bots", [] { Session::setBots(Session::bots()); }},
+    };
+    const QByteArray list = QByteArrayLiteral(
+        R"([{"z":1,"a":{"price":187.50,"id":12345678901234567890123,"tiny":1e-7},"note":"caf\u00e9 \"ok\""},)"
+        R"({"future":[true,null,-0.0]}])");
+    const QByteArray map = QByteArrayLiteral(R"({"buy":"Ctrl+B","sell":"Ctrl+Shift+S","0x90/60":"cancelAll"})");
+    for (const auto& [key, readAndWrite] : lists) putRaw(key, list);
+    putRaw("tavix.shortcuts", map);
+    putRaw("tavix.midi", map);
+    restart();
+
+    for (const auto& [key, readAndWrite] : lists) readAndWrite();
+    Session::setShortcuts(Session::shortcuts());
+    Session::setMidiMap(Session::midiMap());
+    restart();
+
+    // The one escape that may change is \u00e9, which comes back as its UTF-8 bytes.
+    QByteArray expected = list;
+    expected.replace(QByteArrayLiteral("\\u00e9"), QStringLiteral("\u00e9").toUtf8());
+    for (const auto& [key, readAndWrite] : lists) EXPECT_EQ(raw(key), expected) << key;
+    EXPECT_EQ(raw("tavix.shortcuts"), map);
+    EXPECT_EQ(raw("tavix.midi"), map);
 }
 
 TEST_F(SessionTest, AnOlderSingleBounceJoinsTheListUntilTheListIsWritten) {
