@@ -19,6 +19,7 @@ public:
     ~HeldPractice() override {
         balanceReads.openAll();
         candleReads.openAll();
+        listReads.openAll();
     }
 
     QCoro::Task<Balance> balance(QString accountID) override {
@@ -44,6 +45,8 @@ public:
         co_return found;
     }
     QCoro::Task<std::optional<RemoteWatchlist>> ownWatchlist() override {
+        ++listReadCount;
+        co_await listReads.pass();
         if (!ownList) co_return std::nullopt;
         RemoteWatchlist list{QStringLiteral("list-1"), QStringLiteral("Primary Watchlist"), *ownList};
         co_return list;
@@ -57,6 +60,8 @@ public:
 
     Gates balanceReads;
     Gates candleReads;
+    Gates listReads;
+    int listReadCount = 0;
     std::optional<BrokerError> readError;
     std::optional<BrokerError> searchError;
     int quoteReads = 0;

@@ -77,6 +77,29 @@ TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
     EXPECT_EQ(practice->ownList->last(), QStringLiteral("AMZN"));
 }
 
+// Two syncs running side by side would merge against the same base and one would undo the other's
+// additions; a call made meanwhile instead runs one more round after the running one.
+TEST_F(AppModelWatchlistTest, OneSyncAtATimeAndACallMeanwhileRunsOneMoreRound) {
+    prepare = [](HeldPractice& broker) { broker.ownList = QStringList(); };
+    AppModel& m = startWith(list({"AAPL"}));
+    const int reads = practice->listReadCount;
+    practice->listReads.holding = true;
+
+    auto running = m.syncWatchlist();
+    auto meanwhile = m.syncWatchlist();
+    auto andAgain = m.syncWatchlist();
+    EXPECT_TRUE(meanwhile.isReady());
+    EXPECT_TRUE(andAgain.isReady());
+    EXPECT_EQ(practice->listReadCount, reads + 1);
+
+    practice->listReads.openAll();
+    await(std::move(running));
+    EXPECT_EQ(practice->listReadCount, reads + 2);
+
+    await(m.syncWatchlist());
+    EXPECT_EQ(practice->listReadCount, reads + 3);
+}
+
 TEST_F(AppModelWatchlistTest, ASymbolTheBrokerWontListIsNotTakenForARemoval) {
     prepare = [](HeldPractice& broker) {
         broker.ownList = QStringList();

@@ -47,6 +47,37 @@ public:
     QStringList calls;
 };
 
+// Brokers without a fills endpoint report fills made from their orders; statistics and the day's
+// results are built on them, so no filled share may be lost or counted twice.
+TEST(FillsFromOrders, OneFillPerOrderOrLegThatFilledAtAKnownPrice) {
+    const Order takeProfit{.id = QStringLiteral("TP"), .side = OrderSide::sell, .type = OrderType::limit,
+                           .status = OrderStatus::partiallyFilled, .quantity = dec("10"),
+                           .filledQuantity = dec("4"), .averageFillPrice = dec("110.25"),
+                           .enteredAt = Date(100)};
+    const Order stopLoss{.id = QStringLiteral("SL"), .side = OrderSide::sell, .type = OrderType::stop,
+                         .status = OrderStatus::cancelled, .quantity = dec("10"), .closedAt = Date(300)};
+    const Order parent{.id = QStringLiteral("P"), .symbol = QStringLiteral("MSFT"), .type = OrderType::limit,
+                       .status = OrderStatus::filled, .quantity = dec("10"), .filledQuantity = dec("10"),
+                       .averageFillPrice = dec("100.5"), .enteredAt = Date(10), .closedAt = Date(20),
+                       .legs = {takeProfit, stopLoss}};
+    const Order noPrice{.id = QStringLiteral("N"), .status = OrderStatus::filled, .quantity = dec("1"),
+                        .filledQuantity = dec("1")};
+    const Order working{.id = QStringLiteral("W"), .status = OrderStatus::working, .quantity = dec("5"),
+                        .averageFillPrice = dec("9")};
+
+    const auto fills = Fill::fromOrders({parent, noPrice, working});
+    ASSERT_EQ(fills.size(), 2U);
+    EXPECT_EQ(fills[0].orderID, QStringLiteral("P"));
+    EXPECT_EQ(fills[0].quantity, dec("10"));
+    EXPECT_EQ(fills[0].price, dec("100.5"));
+    EXPECT_EQ(fills[0].time, Date(20));  // the closing time when there is one
+    EXPECT_EQ(fills[1].orderID, QStringLiteral("TP"));
+    EXPECT_EQ(fills[1].side, OrderSide::sell);
+    EXPECT_EQ(fills[1].quantity, dec("4"));  // what filled, not what was asked
+    EXPECT_EQ(fills[1].price, dec("110.25"));
+    EXPECT_EQ(fills[1].time, Date(100));  // else the entry time
+}
+
 TEST(BrokerErrorText, EveryCaseReadsAsTheUserSeesIt) {
     const std::vector<std::pair<BrokerError, const char*>> cases = {
         {BrokerError::unsupported(BrokerCapabilities::trading() | BrokerCapabilities::options()),
