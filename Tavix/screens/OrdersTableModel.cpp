@@ -31,12 +31,21 @@ OrdersTableModel::OrdersTableModel(const AppModel& model, QObject* parent, std::
                      {symbolColumn, sideColumn, typeColumn, statusColumn}, parent),
       now_(std::move(now)) {}
 
+QString OrdersTableModel::quantityCell(const Order& order) {
+    if (!order.notional) return quantityText(order.quantity);
+    const QString amount = moneyText(*order.notional);
+    if (order.filledQuantity.isZero()) return amount;
+    return amount + QStringLiteral(" (") + quantityText(order.filledQuantity) + QStringLiteral(" so far)");
+}
+
 QString OrdersTableModel::pricesText(const Order& order) {
     QStringList parts;
     if (order.limitPrice) parts << priceText(*order.limitPrice);
     if (order.stopPrice) parts << QStringLiteral("stop ") + priceText(*order.stopPrice);
     if (order.type == OrderType::trailingStop && order.trailAmount) {
         parts << QStringLiteral("trail ") + priceText(*order.trailAmount);
+    } else if (order.type == OrderType::trailingStop && order.trailPercent) {
+        parts << QStringLiteral("trail ") + order.trailPercent->toString() + QStringLiteral("%");
     }
     return parts.isEmpty() ? missing : parts.join(QStringLiteral(", "));
 }
@@ -64,7 +73,7 @@ QVariant OrdersTableModel::data(const QModelIndex& index, int role) const {
         case typeColumn:
             return orderTypeText(order.type);
         case quantityColumn:
-            return quantityText(order.quantity);
+            return quantityCell(order);
         case priceColumn:
             return pricesText(order);
         case statusColumn:

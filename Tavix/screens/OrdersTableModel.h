@@ -33,6 +33,9 @@ public:
 
     // The prices an order waits for: "101.00", "stop 99.50", "101.00, stop 99.50", "trail 2.00",
     // or a dash for a market order.
+    // How much: the count, or for an order placed by an amount of money, that amount (with what
+    // has filled so far once something has).
+    static QString quantityCell(const Order& order);
     static QString pricesText(const Order& order);
     // The local time of `at`, with the day when it is not the day of `today`.
     static QString submittedText(Date at, Date today);

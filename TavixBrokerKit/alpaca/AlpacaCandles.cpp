@@ -23,6 +23,8 @@ const QString pageLimit = QStringLiteral("10000");
 constexpr qsizetype barBatchSize = 100;
 
 const QString sip = QStringLiteral("sip");
+// How far behind the present free keys may read the consolidated feed.
+constexpr double sipDelaySeconds = 15 * 60;
 const QString iex = QStringLiteral("iex");
 
 bool isCoin(const QString& symbol) {
@@ -57,16 +59,17 @@ std::vector<Candle> sortedUnique(std::vector<Candle> candles) {
 
 namespace {
 
-// One stock's bars from `feed`, oldest first, within the range. The query names no end, so
-// paging stops as soon as a page reaches past it.
+// One stock's bars from `feed`, oldest first, within the range. The query names an end only when
+// given one; otherwise paging stops as soon as a page reaches past the range.
 QCoro::Task<std::vector<Candle>> stockBars(AlpacaTransport transport, QString symbol, QString timeframe,
-                                           DateRange range, QString feed) {
+                                           DateRange range, QString feed, std::optional<Date> end = std::nullopt) {
     std::vector<Candle> candles;
-    const AlpacaQuery query = {{QStringLiteral("timeframe"), timeframe},
-                               {QStringLiteral("start"), range.start.toIso()},
-                               {QStringLiteral("limit"), pageLimit},
-                               {QStringLiteral("adjustment"), QStringLiteral("split")},
-                               {QStringLiteral("feed"), feed}};
+    AlpacaQuery query = {{QStringLiteral("timeframe"), timeframe},
+                         {QStringLiteral("start"), range.start.toIso()},
+                         {QStringLiteral("limit"), pageLimit},
+                         {QStringLiteral("adjustment"), QStringLiteral("split")},
+                         {QStringLiteral("feed"), feed}};
+    if (end) query.append({QStringLiteral("end"), end->toIso()});
     co_await transport.pages(AlpacaHost::data,
                              QStringLiteral("/v2/stocks/") + symbol + QStringLiteral("/bars"), query,
                              [&](const QByteArray& body) -> std::optional<QString> {
@@ -150,12 +153,15 @@ QCoro::Task<std::vector<Candle>> AlpacaBroker::candles(QString symbol, CandleInt
     if (options_.feed != iex || sipRefused_ || range.start >= oneExchangeSince()) {
         co_return co_await stockBars(transport_, symbol, *timeframe, range, options_.feed);
     }
-    // The older part from the consolidated feed, the newer from "iex".
+    // The older part from the consolidated feed, the newer from "iex". Free keys may read the
+    // consolidated feed only up to 15 minutes ago, and a request without an end means "now", so
+    // the end is always named.
     const Date split = std::min(range.end, oneExchangeSince());
+    const Date sipEnd = std::min(split, currentTime() - sipDelaySeconds);
     std::vector<Candle> older;
     bool refused = false;
     try {
-        older = co_await stockBars(transport_, symbol, *timeframe, DateRange{range.start, split}, sip);
+        older = co_await stockBars(transport_, symbol, *timeframe, DateRange{range.start, split}, sip, sipEnd);
     } catch (const BrokerError& error) {
         if (!refusesFeed(error)) throw;
         logSipRefused(error);
@@ -344,7 +350,7 @@ QCoro::Task<std::vector<Candle>> AlpacaBroker::tradeBars(QString symbol, long lo
     std::vector<Candle> candles;
     candles.reserve(buckets.size());
     for (auto& [key, bucket] : buckets) {
-        bucket.candle.volume = bucket.size.isNegative() ? 0 : bucket.size.rounded(0).toInt64().value_or(0);
+        bucket.candle.volume = bucket.size.isNegative() ? Decimal() : bucket.size;
         candles.push_back(bucket.candle);
     }
     co_return candles;

@@ -52,6 +52,55 @@ std::optional<QString> stockPriceProblem(const OrderRequest& request) {
     return std::nullopt;
 }
 
+bool restsUntilCancelledOrToday(TimeInForce timeInForce) {
+    return timeInForce == TimeInForce::day || timeInForce == TimeInForce::goodTillCancelled;
+}
+
+// Order shapes Alpaca turns away, told in plain words before anything is sent.
+std::optional<QString> stockShapeProblem(const OrderRequest& request) {
+    const bool extended = request.session == OrderSession::extended;
+    const bool exits = request.takeProfit || request.stopLoss;
+    if (request.type == OrderType::trailingStop) {
+        if (exits) {
+            return QStringLiteral(
+                "Alpaca can't attach a take-profit or a stop-loss to a trailing stop. Place the trailing stop on "
+                "its own.");
+        }
+        if (!restsUntilCancelledOrToday(request.timeInForce)) {
+            return QStringLiteral(
+                "a trailing stop waits for the price to turn, so it can't be fill-or-kill or immediate-or-cancel. "
+                "Make it a day or good-till-cancelled order.");
+        }
+    }
+    if (exits && extended) {
+        return QStringLiteral(
+            "Alpaca doesn't take a take-profit or a stop-loss in extended hours. Trade in regular hours, or "
+            "place the order without them.");
+    }
+    if (exits && request.isExitPair()) {
+        if (request.type != OrderType::limit) {
+            return QStringLiteral(
+                "exits on shares you hold go to Alpaca as one OCO order, and that has to be a limit order. Make "
+                "the order type limit.");
+        }
+    } else if (exits) {
+        if (!request.takeProfit || !request.stopLoss) {
+            return QStringLiteral(
+                "Alpaca brackets an order only with both a take-profit and a stop-loss. Add the other one, or "
+                "place this exit on its own once the shares are held.");
+        }
+        if (!restsUntilCancelledOrToday(request.timeInForce)) {
+            return QStringLiteral("Alpaca brackets only day or good-till-cancelled orders.");
+        }
+    }
+    if (extended && (request.type != OrderType::limit || request.timeInForce != TimeInForce::day)) {
+        return QStringLiteral(
+            "Alpaca takes extended-hours orders only as limit orders for the day. Make it a day limit, or trade "
+            "in regular hours.");
+    }
+    return std::nullopt;
+}
+
 std::optional<QString> optionProblem(const OrderRequest& request, Date now) {
     if (!OptionSymbol::parse(request.symbol)) {
         return request.symbol + QStringLiteral(" isn't an option contract id (one looks like AAPL251017C00185000).");
@@ -117,7 +166,9 @@ std::optional<QString> AlpacaBroker::check(const OrderRequest& request, Date now
             return std::nullopt;
         }
         case AssetType::crypto: {
-            if (account_ && account_->cryptoStatus && *account_->cryptoStatus != QStringLiteral("ACTIVE")) {
+            // Paper accounts report "PAPER_ONLY": coins trade there as on an active account.
+            if (account_ && account_->cryptoStatus && *account_->cryptoStatus != QStringLiteral("ACTIVE") &&
+                *account_->cryptoStatus != QStringLiteral("PAPER_ONLY")) {
                 return QStringLiteral("Crypto isn't switched on for this Alpaca account (it says ") +
                        *account_->cryptoStatus + QStringLiteral("). Turn it on in Alpaca's dashboard first.");
             }
@@ -135,7 +186,8 @@ std::optional<QString> AlpacaBroker::check(const OrderRequest& request, Date now
             return std::nullopt;
         }
         default:
-            return stockPriceProblem(request);
+            if (auto problem = stockPriceProblem(request)) return problem;
+            return stockShapeProblem(request);
     }
 }
 

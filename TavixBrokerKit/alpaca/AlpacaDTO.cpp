@@ -1,8 +1,28 @@
 #include "alpaca/AlpacaDTO.h"
 
+#include <limits>
 #include <utility>
 
 namespace tavix::AlpacaDTO {
+
+namespace {
+
+// The options levels come as numbers in Alpaca's documentation and as strings ("1") from the
+// service itself; both read, and anything but a small whole number fails the record.
+void readLevel(const JsonObjectReader& r, std::string_view key, std::optional<int>& out) {
+    std::optional<Decimal> level;
+    r.field(key, level);
+    if (!level) {
+        out.reset();
+        return;
+    }
+    const auto whole = level->isWhole() ? level->toInt64() : std::nullopt;
+    if (!whole || *whole < 0 || *whole > std::numeric_limits<int>::max()) r.fail(key, "expected a whole number");
+    out = static_cast<int>(*whole);
+}
+
+}  // namespace
+
 void fromJson(const Json& json, Account& out) {
     decodeRecord(json, "Account", out, [](const JsonObjectReader& r, Account& v) {
         r.field("id", v.id);
@@ -13,8 +33,8 @@ void fromJson(const Json& json, Account& out) {
         r.field("equity", v.equity);
         r.field("last_equity", v.lastEquity);
         r.field("pattern_day_trader", v.patternDayTrader);
-        r.field("options_approved_level", v.optionsApprovedLevel);
-        r.field("options_trading_level", v.optionsTradingLevel);
+        readLevel(r, "options_approved_level", v.optionsApprovedLevel);
+        readLevel(r, "options_trading_level", v.optionsTradingLevel);
         r.field("options_buying_power", v.optionsBuyingPower);
         r.field("non_marginable_buying_power", v.nonMarginableBuyingPower);
         r.field("crypto_status", v.cryptoStatus);
@@ -51,16 +71,19 @@ void fromJson(const Json& json, Order& out) {
     decodeRecord(json, "Order", out, [](const JsonObjectReader& r, Order& v) {
         r.field("id", v.id);
         r.field("client_order_id", v.clientOrderID);
-        r.field("symbol", v.symbol);
-        r.field("side", v.side);
+        // A multi-leg order leaves these out at the top (or sends them empty): its legs carry them.
+        r.fieldOr("symbol", v.symbol);
+        r.fieldOr("side", v.side);
         r.fieldOr("order_type", v.type);
         if (v.type.isEmpty()) r.fieldOr("type", v.type);
         r.field("qty", v.qty);
+        r.field("notional", v.notional);
         r.field("filled_qty", v.filledQty);
         r.field("limit_price", v.limitPrice);
         r.field("stop_price", v.stopPrice);
         r.field("filled_avg_price", v.filledAvgPrice);
         r.field("trail_price", v.trailPrice);
+        r.field("trail_percent", v.trailPercent);
         r.field("hwm", v.hwm);
         r.field("time_in_force", v.timeInForce);
         r.field("extended_hours", v.extendedHours);
@@ -71,7 +94,7 @@ void fromJson(const Json& json, Order& out) {
         r.field("expired_at", v.expiredAt);
         r.field("failed_at", v.failedAt);
         r.field("status", v.status);
-        r.field("asset_class", v.assetClass);
+        r.fieldOr("asset_class", v.assetClass);
         r.field("order_class", v.orderClass);
         r.field("position_intent", v.positionIntent);
         r.fieldOr("legs", v.legs);
@@ -188,7 +211,7 @@ void fromJson(const Json& json, OptionContract& out) {
         v.expirationDate = QDate::fromString(day, QStringLiteral("yyyy-MM-dd"));
         if (!v.expirationDate.isValid()) r.fail("expiration_date", "expected a calendar day (yyyy-MM-dd)");
         r.field("strike_price", v.strikePrice);
-        r.field("multiplier", v.multiplier);
+        r.field("multiplier", v.multiplier);  // Alpaca's own examples leave it out
         r.field("size", v.size);
         r.field("open_interest", v.openInterest);
         r.field("close_price", v.closePrice);

@@ -57,23 +57,29 @@ struct Asset {
     std::optional<Decimal> minOrderSize;
     std::optional<Decimal> minTradeIncrement;
     std::optional<Decimal> priceIncrement;
-    QStringList attributes;  // "has_options" is the one read
+    QStringList attributes;
 
-    bool hasOptions() const { return attributes.contains(QStringLiteral("has_options")); }
+    // Alpaca names the attribute "options_enabled"; older answers said "has_options".
+    bool hasOptions() const {
+        return attributes.contains(QStringLiteral("options_enabled")) ||
+               attributes.contains(QStringLiteral("has_options"));
+    }
 };
 
 struct Order {
     QString id;
     QString clientOrderID;
-    QString symbol;
-    QString side;
+    QString symbol;  // empty on a multi-leg order, whose legs name the contracts
+    QString side;    // likewise
     QString type;                // "order_type", else "type"
     std::optional<Decimal> qty;  // null on an order placed by amount of money
+    std::optional<Decimal> notional;  // the amount of money, on such an order
     Decimal filledQty;
     std::optional<Decimal> limitPrice;
     std::optional<Decimal> stopPrice;
     std::optional<Decimal> filledAvgPrice;
     std::optional<Decimal> trailPrice;
+    std::optional<Decimal> trailPercent;
     std::optional<Decimal> hwm;
     QString timeInForce;
     bool extendedHours = false;
@@ -84,7 +90,7 @@ struct Order {
     std::optional<Date> expiredAt;
     std::optional<Date> failedAt;
     QString status;
-    QString assetClass;
+    QString assetClass;  // empty on a multi-leg order
     std::optional<QString> orderClass;
     std::optional<QString> positionIntent;
     std::vector<Order> legs;  // null, missing or empty for a plain order
@@ -173,7 +179,7 @@ struct OptionContract {
     bool tradable = false;
     QDate expirationDate;
     Decimal strikePrice;
-    Decimal multiplier;
+    std::optional<Decimal> multiplier;
     std::optional<Decimal> size;
     std::optional<Decimal> openInterest;
     std::optional<Decimal> closePrice;

@@ -49,10 +49,15 @@ std::optional<Decimal> positive(const Decimal& value) {
     return value;
 }
 
-// Stock volumes are whole; coin volumes are fractions, counted here to the nearest unit.
-std::int64_t wholeVolume(const Decimal& volume) {
-    if (volume.isNegative()) return 0;
-    return volume.rounded(0).toInt64().value_or(std::numeric_limits<std::int64_t>::max());
+// Stock volumes are whole; coin volumes are fractions and keep them.
+Decimal volumeOf(const Decimal& volume) {
+    return volume.isNegative() ? Decimal() : volume;
+}
+
+// Open interest counts whole contracts.
+std::int64_t wholeCount(const Decimal& count) {
+    if (count.isNegative()) return 0;
+    return count.rounded(0).toInt64().value_or(std::numeric_limits<std::int64_t>::max());
 }
 
 Decimal signedBySide(const Decimal& value, const QString& side) {
@@ -69,8 +74,9 @@ std::optional<Date> newest(std::optional<Date> a, std::optional<Date> b) {
 }  // namespace
 
 OrderStatus AlpacaMapping::orderStatus(const QString& text) {
-    static const std::array<std::pair<QLatin1StringView, OrderStatus>, 18> table = {{
+    static const std::array<std::pair<QLatin1StringView, OrderStatus>, 19> table = {{
         {QLatin1StringView("accepted"), OrderStatus::pending},
+        {QLatin1StringView("pending_review"), OrderStatus::pending},
         {QLatin1StringView("accepted_for_bidding"), OrderStatus::pending},
         {QLatin1StringView("pending_new"), OrderStatus::pending},
         {QLatin1StringView("new"), OrderStatus::working},
@@ -103,11 +109,13 @@ constexpr std::array<std::pair<std::string_view, OrderType>, 5> typeWords = {{
     {"stop_limit", OrderType::stopLimit},
     {"trailing_stop", OrderType::trailingStop},
 }};
-constexpr std::array<std::pair<std::string_view, TimeInForce>, 4> timeInForceWords = {{
+constexpr std::array<std::pair<std::string_view, TimeInForce>, 6> timeInForceWords = {{
     {"day", TimeInForce::day},
     {"gtc", TimeInForce::goodTillCancelled},
     {"fok", TimeInForce::fillOrKill},
     {"ioc", TimeInForce::immediateOrCancel},
+    {"opg", TimeInForce::atOpen},
+    {"cls", TimeInForce::atClose},
 }};
 
 QString latin1(std::string_view text) {
@@ -161,6 +169,21 @@ AssetType AlpacaMapping::assetType(const QString& assetClass, const QString& sym
     return assetTypeOfSymbol(symbol);
 }
 
+QString AlpacaMapping::multiLegSymbol(const AlpacaDTO::Order& dto) {
+    // A multi-leg order is named by the underlying its legs share, else by its first leg.
+    QString underlying;
+    for (const auto& leg : dto.legs) {
+        const auto parsed = OptionSymbol::parse(leg.symbol);
+        const QString name = parsed ? parsed->underlying : leg.symbol;
+        if (underlying.isEmpty()) {
+            underlying = name;
+        } else if (name != underlying) {
+            return dto.legs.front().symbol;
+        }
+    }
+    return underlying;
+}
+
 OrderSide AlpacaMapping::optionSide(const QString& side, const std::optional<QString>& intent) {
     if (intent) {
         if (*intent == QLatin1StringView("buy_to_open")) return OrderSide::buyToOpen;
@@ -177,8 +200,12 @@ Order AlpacaMapping::order(const AlpacaDTO::Order& dto, const QString& accountID
     order.accountID = accountID;
     order.assetType = assetType(dto.assetClass, dto.symbol, dto.orderClass.value_or(QString()));
     order.symbol = standardSymbol(dto.symbol, order.assetType);
+    if (order.symbol.isEmpty()) order.symbol = multiLegSymbol(dto);
     order.side =
         order.assetType == AssetType::option ? optionSide(dto.side, dto.positionIntent) : orderSide(dto.side);
+    if (dto.side.isEmpty() && !dto.legs.empty()) {
+        order.side = optionSide(dto.legs.front().side, dto.legs.front().positionIntent);
+    }
     order.type = orderType(dto.type);
     order.status = orderStatus(dto.status);
     // An order placed by amount of money has no quantity until it fills.
@@ -203,6 +230,8 @@ Order AlpacaMapping::order(const AlpacaDTO::Order& dto, const QString& accountID
     order.extendedHours = dto.extendedHours;
     order.trailAmount = dto.trailPrice;
     order.highWaterMark = dto.hwm;
+    order.notional = dto.notional;
+    order.trailPercent = dto.trailPercent;
     return order;
 }
 
@@ -248,7 +277,7 @@ std::optional<Quote> AlpacaMapping::quote(const QString& symbol, const AlpacaDTO
         quote.open = day->o;
         quote.high = day->h;
         quote.low = day->l;
-        quote.volume = wholeVolume(day->v);
+        quote.volume = volumeOf(day->v);
     }
     if (before) quote.previousClose = before->c;
     auto asOf = newest(snapshot.latestTrade ? std::optional(snapshot.latestTrade->t) : std::nullopt,
@@ -280,7 +309,7 @@ std::optional<Quote> AlpacaMapping::contractQuote(const QString& symbol,
         quote.open = snapshot.dailyBar->o;
         quote.high = snapshot.dailyBar->h;
         quote.low = snapshot.dailyBar->l;
-        quote.volume = wholeVolume(snapshot.dailyBar->v);
+        quote.volume = volumeOf(snapshot.dailyBar->v);
     }
     if (snapshot.prevDailyBar) quote.previousClose = snapshot.prevDailyBar->c;
     // The quote's own time, so a late answer can be told from a fresh one.
@@ -292,7 +321,7 @@ std::optional<Quote> AlpacaMapping::contractQuote(const QString& symbol,
 }
 
 Candle AlpacaMapping::candle(const AlpacaDTO::Bar& bar) {
-    return Candle{bar.t, bar.o, bar.h, bar.l, bar.c, wholeVolume(bar.v)};
+    return Candle{bar.t, bar.o, bar.h, bar.l, bar.c, volumeOf(bar.v)};
 }
 
 std::optional<Fill> AlpacaMapping::fill(const AlpacaDTO::Activity& activity) {
@@ -367,7 +396,9 @@ std::optional<OptionContract> AlpacaMapping::optionContract(
     } else {
         return std::nullopt;
     }
-    const auto multiplier = contract.multiplier.toInt64();
+    // Alpaca's own examples leave "multiplier" out; the contract's size says the same.
+    const auto multiplier =
+        contract.multiplier ? contract.multiplier->toInt64() : contract.size.value_or(Decimal(100)).toInt64();
     if (!multiplier || *multiplier <= 0 || *multiplier > std::numeric_limits<int>::max()) return std::nullopt;
     const QDate& day = contract.expirationDate;
     const auto expiry = OptionSymbol::expiryDate(day.year(), day.month(), day.day());
@@ -378,7 +409,7 @@ std::optional<OptionContract> AlpacaMapping::optionContract(
     row.strike = contract.strikePrice;
     row.expiry = *expiry;
     row.multiplier = static_cast<int>(*multiplier);
-    if (contract.openInterest) row.openInterest = wholeVolume(*contract.openInterest);
+    if (contract.openInterest) row.openInterest = wholeCount(*contract.openInterest);
 
     // An untraded contract's last is the last close Alpaca knows, or nothing (zero).
     row.last = contract.closePrice.value_or(Decimal());

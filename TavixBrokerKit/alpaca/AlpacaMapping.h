@@ -34,6 +34,9 @@ public:
                                const QString& orderClass = {});
     // From the position intent when there is one, else from the side alone.
     static OrderSide optionSide(const QString& side, const std::optional<QString>& intent);
+    // The name of a multi-leg order, which carries no symbol of its own: the underlying its legs
+    // share, else its first leg's symbol.
+    static QString multiLegSymbol(const AlpacaDTO::Order& dto);
 
     // Records.
     static Order order(const AlpacaDTO::Order& dto, const QString& accountID);

@@ -159,7 +159,7 @@ StudyBars::StudyBars(const std::vector<Candle>& candles, CandleInterval barInter
         high[i] = toStudyDouble(c.high);
         low[i] = toStudyDouble(c.low);
         close[i] = toStudyDouble(c.close);
-        volume[i] = static_cast<double>(c.volume);
+        volume[i] = toStudyDouble(c.volume);
         time[i] = c.time.secondsSince1970();
     }
 }

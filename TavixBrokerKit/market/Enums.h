@@ -74,9 +74,12 @@ enum class OrderType { market, limit, stop, stopLimit, trailingStop };
 TAVIX_ENUM_NAMES(OrderType, std::string_view("market"), std::string_view("limit"), std::string_view("stop"),
                  std::string_view("stopLimit"), std::string_view("trailingStop"))
 
-enum class TimeInForce { day, goodTillCancelled, fillOrKill, immediateOrCancel };
+// atOpen and atClose take part only in the opening or closing auction; Alpaca reports them on
+// orders placed elsewhere, and Tavix shows them, though its own tickets do not offer them.
+enum class TimeInForce { day, goodTillCancelled, fillOrKill, immediateOrCancel, atOpen, atClose };
 TAVIX_ENUM_NAMES(TimeInForce, std::string_view("day"), std::string_view("goodTillCancelled"),
-                 std::string_view("fillOrKill"), std::string_view("immediateOrCancel"))
+                 std::string_view("fillOrKill"), std::string_view("immediateOrCancel"), std::string_view("atOpen"),
+                 std::string_view("atClose"))
 
 enum class OrderSession { regular, extended };
 TAVIX_ENUM_NAMES(OrderSession, std::string_view("regular"), std::string_view("extended"))

@@ -34,6 +34,11 @@ struct Order {
     std::optional<bool> extendedHours;
     std::optional<Decimal> trailAmount;
     std::optional<Decimal> highWaterMark;  // the best price a trailing stop has seen
+    // An order placed by an amount of money rather than a count: the amount. Its quantity is what
+    // has filled so far.
+    std::optional<Decimal> notional;
+    // A trailing stop that follows by a percentage of the price (5 means 5 %), not a dollar amount.
+    std::optional<Decimal> trailPercent;
 
     bool isOpen() const { return isOpenStatus(status); }
     const Order* takeProfitLeg() const;

@@ -19,7 +19,8 @@ struct Quote {
     std::optional<Decimal> high;
     std::optional<Decimal> low;
     std::optional<Decimal> previousClose;
-    std::optional<std::int64_t> volume;
+    // Shares for stocks and contracts, whole; coins trade in fractions, which are kept.
+    std::optional<Decimal> volume;
     Date asOf;
 
     std::optional<Decimal> change() const {
@@ -36,7 +37,7 @@ struct Candle {
     Decimal high;
     Decimal low;
     Decimal close;
-    std::int64_t volume = 0;
+    Decimal volume;  // whole for stocks, fractional for coins
 
     friend bool operator==(const Candle&, const Candle&) = default;
 };

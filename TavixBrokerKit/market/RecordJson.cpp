@@ -193,6 +193,8 @@ Json toJson(const Order& value) {
         .field("extendedHours", value.extendedHours)
         .field("trailAmount", value.trailAmount)
         .field("highWaterMark", value.highWaterMark)
+        .field("notional", value.notional)
+        .field("trailPercent", value.trailPercent)
         .done();
 }
 
@@ -219,6 +221,8 @@ void fromJson(const Json& json, Order& out) {
         r.field("extendedHours", v.extendedHours);
         r.field("trailAmount", v.trailAmount);
         r.field("highWaterMark", v.highWaterMark);
+        r.field("notional", v.notional);
+        r.field("trailPercent", v.trailPercent);
     });
 }
 

@@ -154,6 +154,8 @@ TEST_F(AlpacaDataTest, OldRangesSplitBetweenTheConsolidatedFeedAndIexUntilRefuse
     auto asked = fake.requests("GET", path);
     ASSERT_EQ(asked.size(), 2u);
     EXPECT_EQ(asked[0].queryValue(QStringLiteral("feed")), QStringLiteral("sip"));
+    // Free keys are refused the consolidated feed unless the end is named, 15 minutes back or more.
+    EXPECT_EQ(asked[0].queryValue(QStringLiteral("end")), since.toIso());
     EXPECT_EQ(asked[0].queryValue(QStringLiteral("adjustment")), QStringLiteral("split"));
     EXPECT_EQ(asked[1].queryValue(QStringLiteral("feed")), QStringLiteral("iex"));
     EXPECT_EQ(asked[1].queryValue(QStringLiteral("start")), since.toIso());

@@ -44,7 +44,6 @@ using AlpacaOrdersTest = AlpacaTradingTest;
 
 TEST_F(AlpacaOrdersTest, StockOrderGoesOutOnceAsABracketAndComesBackMapped) {
     OrderRequest request = limited(stock("AAPL", OrderSide::buy, "10"), "182.5");
-    request.session = OrderSession::extended;
     request.takeProfit = *Decimal::parse("195");
     request.stopLoss = *Decimal::parse("175.25");
     request.clientOrderID = QStringLiteral("tavix-bounce-1");
@@ -54,7 +53,7 @@ TEST_F(AlpacaOrdersTest, StockOrderGoesOutOnceAsABracketAndComesBackMapped) {
     const auto sent = fake.requests("POST", QStringLiteral("/v2/orders"));
     ASSERT_EQ(sent.size(), 1u);
     EXPECT_EQ(sent[0].json(), json(R"({"symbol":"AAPL","qty":"10","side":"buy","type":"limit",
-        "time_in_force":"day","client_order_id":"tavix-bounce-1","limit_price":"182.5","extended_hours":true,
+        "time_in_force":"day","client_order_id":"tavix-bounce-1","limit_price":"182.5",
         "order_class":"bracket","take_profit":{"limit_price":"195"},"stop_loss":{"stop_price":"175.25"}})"));
     EXPECT_EQ(placed.accountID, QStringLiteral("PA3KDV5RQ8LX"));
     EXPECT_EQ(placed.status, OrderStatus::pending);
@@ -162,15 +161,96 @@ TEST_F(AlpacaOrdersTest, ChecksGiveTheirSentences) {
     }
 }
 
+// Shapes the service turns away are refused here, in words, and never sent.
+TEST_F(AlpacaOrdersTest, ShapesAlpacaRefusesAreNeverSent) {
+    test::await(broker->connect());
+    const auto with = [](OrderRequest request, auto change) {
+        change(request);
+        return request;
+    };
+    const OrderRequest entry = limited(stock("AAPL", OrderSide::buy, "10"), "182.5");
+    const auto bracket = [&](OrderRequest r) {
+        r.takeProfit = *Decimal::parse("195");
+        r.stopLoss = *Decimal::parse("175.25");
+        return r;
+    };
+    const auto exitPair = [&](OrderType type) {
+        OrderRequest r = bracket(stock("AAPL", OrderSide::sell, "10"));
+        r.type = type;
+        if (type == OrderType::limit) r.limitPrice = *Decimal::parse("195");
+        return r;
+    };
+    const auto trailing = [&](TimeInForce timeInForce) {
+        OrderRequest r = stock("AAPL", OrderSide::sell, "10");
+        r.type = OrderType::trailingStop;
+        r.trailAmount = *Decimal::parse("1.5");
+        r.timeInForce = timeInForce;
+        return r;
+    };
+    const QString extendedBracket = QStringLiteral(
+        "Alpaca doesn't take a take-profit or a stop-loss in extended hours. Trade in regular hours, or place "
+        "the order without them.");
+    const QString oneExit = QStringLiteral(
+        "Alpaca brackets an order only with both a take-profit and a stop-loss. Add the other one, or place "
+        "this exit on its own once the shares are held.");
+    const QString dayLimitOnly = QStringLiteral(
+        "Alpaca takes extended-hours orders only as limit orders for the day. Make it a day limit, or trade in "
+        "regular hours.");
+    const QString trailingWaits = QStringLiteral(
+        "a trailing stop waits for the price to turn, so it can't be fill-or-kill or immediate-or-cancel. Make "
+        "it a day or good-till-cancelled order.");
+    const std::vector<std::pair<OrderRequest, QString>> refused = {
+        {with(bracket(entry), [](OrderRequest& r) { r.session = OrderSession::extended; }), extendedBracket},
+        {with(entry, [](OrderRequest& r) { r.takeProfit = *Decimal::parse("195"); }), oneExit},
+        {with(entry, [](OrderRequest& r) { r.stopLoss = *Decimal::parse("175"); }), oneExit},
+        {exitPair(OrderType::market),
+         QStringLiteral("exits on shares you hold go to Alpaca as one OCO order, and that has to be a limit "
+                        "order. Make the order type limit.")},
+        {with(stock("AAPL", OrderSide::buy, "1"), [](OrderRequest& r) { r.session = OrderSession::extended; }),
+         dayLimitOnly},
+        {with(entry,
+              [](OrderRequest& r) {
+                  r.session = OrderSession::extended;
+                  r.timeInForce = TimeInForce::goodTillCancelled;
+              }),
+         dayLimitOnly},
+        {with(bracket(entry), [](OrderRequest& r) { r.timeInForce = TimeInForce::immediateOrCancel; }),
+         QStringLiteral("Alpaca brackets only day or good-till-cancelled orders.")},
+        {trailing(TimeInForce::immediateOrCancel), trailingWaits},
+        {trailing(TimeInForce::fillOrKill), trailingWaits},
+        {with(trailing(TimeInForce::day), [](OrderRequest& r) { r.stopLoss = *Decimal::parse("170"); }),
+         QStringLiteral("Alpaca can't attach a take-profit or a stop-loss to a trailing stop. Place the trailing "
+                        "stop on its own.")},
+    };
+    for (const auto& [request, sentence] : refused) {
+        EXPECT_EQ(failure(broker->placeOrder(request, {})), BrokerError::invalidOrder(sentence));
+    }
+    EXPECT_EQ(fake.count("POST", QStringLiteral("/v2/orders")), 0);
+
+    // The shapes it takes still go: a day limit in extended hours, an OCO limit pair, a GTC bracket.
+    for (const OrderRequest& fine :
+         {with(entry, [](OrderRequest& r) { r.session = OrderSession::extended; }), exitPair(OrderType::limit),
+          with(bracket(entry), [](OrderRequest& r) { r.timeInForce = TimeInForce::goodTillCancelled; }),
+          trailing(TimeInForce::goodTillCancelled)}) {
+        EXPECT_EQ(broker->check(fine, now), std::nullopt);
+    }
+}
+
 TEST_F(AlpacaOrdersTest, CoinsNeedCryptoSwitchedOn) {
+    // Paper accounts say "PAPER_ONLY", and coins trade there.
+    FakeAlpaca::put(fake.account, "crypto_status", "PAPER_ONLY");
+    test::await(broker->placeOrder(coin("BTC/USD", OrderSide::buy, "0.01", "61000"), {}));
+    EXPECT_EQ(fake.count("POST", QStringLiteral("/v2/orders")), 1);
+
     FakeAlpaca::put(fake.account, "crypto_status", "SUBMITTED");
+    test::await(broker->connect());
     const BrokerError error =
         failure(broker->placeOrder(coin("BTC/USD", OrderSide::buy, "0.01", "61000"), {}));
     EXPECT_EQ(error,
               BrokerError::invalidOrder(QStringLiteral(
                   "Crypto isn't switched on for this Alpaca account (it says SUBMITTED). Turn it on in "
                   "Alpaca's dashboard first.")));
-    EXPECT_EQ(fake.count("POST", QStringLiteral("/v2/orders")), 0);
+    EXPECT_EQ(fake.count("POST", QStringLiteral("/v2/orders")), 1);
 }
 
 TEST_F(AlpacaOrdersTest, RefusedOrdersNeverReachAlpaca) {
@@ -205,15 +285,33 @@ TEST_F(AlpacaOrdersTest, OrdersCombineTheOpenAndTheRecentLists) {
                                            {QStringLiteral("limit"), QStringLiteral("100")},
                                            {QStringLiteral("nested"), QStringLiteral("true")},
                                            {QStringLiteral("after"), since.toIso()}}));
-    // The resting sell is in both lists and kept once; the bracket keeps its exits as legs.
-    ASSERT_EQ(orders.size(), 3u);
-    EXPECT_EQ(orders[0].id, QStringLiteral("a1d3f5c2-6b8e-4f10-9c2d-3e4f5a6b7c8d"));
-    const auto bracket = std::find_if(orders.begin(), orders.end(), [](const Order& o) {
-        return o.id == QStringLiteral("c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c");
-    });
-    ASSERT_NE(bracket, orders.end());
-    EXPECT_EQ(bracket->legs.size(), 2u);
-    EXPECT_EQ(bracket->accountID, QStringLiteral("PA3KDV5RQ8LX"));
+    // The open orders are in both lists and kept once; the bracket keeps its exits as legs.
+    ASSERT_EQ(orders.size(), 7u);
+    EXPECT_TRUE(orders.front().isOpen());
+    EXPECT_FALSE(orders.back().isOpen());
+    const auto find = [&](const char* id) {
+        const auto found = std::find_if(orders.begin(), orders.end(),
+                                        [id](const Order& o) { return o.id == QString::fromLatin1(id); });
+        return found == orders.end() ? Order{} : *found;
+    };
+    const Order bracket = find("c7e2a9b4-1f3d-4e5a-8b6c-7d8e9f0a1b2c");
+    EXPECT_EQ(bracket.legs.size(), 2u);
+    EXPECT_EQ(bracket.accountID, QStringLiteral("PA3KDV5RQ8LX"));
+
+    // The shapes the real service sends lose nothing.
+    const Order byMoney = find("61e69015-8549-4bfd-b9c3-01e75843f47e");
+    EXPECT_EQ(byMoney.notional, Decimal(500));
+    EXPECT_TRUE(byMoney.quantity.isZero());
+    const Order trailing = find("b3c4d5e6-f7a8-4b9c-8d0e-1f2a3b4c5d6e");
+    EXPECT_EQ(trailing.trailPercent, *Decimal::parse("2.5"));
+    EXPECT_EQ(trailing.timeInForce, TimeInForce::atOpen);
+    const Order spread = find("f1e2d3c4-b5a6-4978-8695-a4b3c2d1e0f9");
+    EXPECT_EQ(spread.symbol, QStringLiteral("AAPL"));
+    EXPECT_EQ(spread.assetType, AssetType::option);
+    EXPECT_EQ(spread.side, OrderSide::buyToOpen);
+    ASSERT_EQ(spread.legs.size(), 2u);
+    EXPECT_EQ(spread.legs[1].side, OrderSide::sellToOpen);
+    EXPECT_EQ(find("0a9b8c7d-6e5f-4a3b-9c2d-1e0f9a8b7c6d").status, OrderStatus::pending);
 
     fake.clearRequests();
     test::await(broker->orders(QStringLiteral("PA3KDV5RQ8LX"), std::nullopt));

@@ -109,7 +109,17 @@ TEST(AlpacaDTOAccount, StringsExactlyOptionalsMayBeMissing) {
     const auto problem = jsonProblem<AlpacaDTO::Account>(
         R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2",
             "equity":"3","last_equity":"4","options_trading_level":"two"})");
-    EXPECT_EQ(problem.rfind("Account.options_trading_level: expected a number", 0), 0u) << problem;
+    EXPECT_EQ(problem.rfind("Account.options_trading_level: expected", 0), 0u) << problem;
+    // The levels come as strings from the service and as numbers in its documentation.
+    const auto levels = decoded<AlpacaDTO::Account>(
+        R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2",
+            "equity":"3","last_equity":"4","options_approved_level":"2","options_trading_level":3})");
+    EXPECT_EQ(levels.optionsApprovedLevel, 2);
+    EXPECT_EQ(levels.optionsTradingLevel, 3);
+    EXPECT_EQ(jsonProblem<AlpacaDTO::Account>(
+                  R"({"id":"x","account_number":"PA1","status":"ACTIVE","cash":"1","buying_power":"2",
+                      "equity":"3","last_equity":"4","options_approved_level":"1.5"})"),
+              "Account.options_approved_level: expected a whole number");
 }
 
 TEST(AlpacaDTOMarketData, NullBarListsAndBadDays) {

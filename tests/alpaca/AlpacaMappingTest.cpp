@@ -117,6 +117,7 @@ TEST(AlpacaMappingOrders, OptionsCoinsMoneyOrdersAndReplacements) {
     const auto money = mapped(R"("qty":null,"notional":"500","filled_qty":"2.1345","status":"filled",
         "filled_at":"2026-03-02T14:31:00Z")");
     EXPECT_EQ(money.quantity, dec("2.1345"));
+    EXPECT_EQ(money.notional, dec("500"));
     EXPECT_EQ(money.closedAt, at("2026-03-02T14:31:00Z"));
 
     const auto replaced = mapped(R"("order_type":"trailing_stop","side":"sell","trail_price":"2.5",
@@ -124,7 +125,11 @@ TEST(AlpacaMappingOrders, OptionsCoinsMoneyOrdersAndReplacements) {
         "time_in_force":"opg","extended_hours":true)");
     EXPECT_EQ(replaced.type, OrderType::trailingStop);
     EXPECT_EQ(replaced.closedAt, at("2026-03-02T15:00:00Z"));
-    EXPECT_FALSE(replaced.timeInForce.has_value());
+    EXPECT_EQ(replaced.timeInForce, TimeInForce::atOpen);
+    EXPECT_EQ(mapped(R"("time_in_force":"cls")").timeInForce, TimeInForce::atClose);
+    EXPECT_FALSE(mapped(R"("time_in_force":"gtx")").timeInForce.has_value());
+    EXPECT_EQ(mapped(R"("type":"trailing_stop","trail_percent":"2.5")").trailPercent, dec("2.5"));
+    EXPECT_EQ(mapped(R"("status":"pending_review")").status, OrderStatus::pending);
     EXPECT_FALSE(replaced.clientOrderID.has_value());  // an empty id is no id
 
     // An order in a state Alpaca invents tomorrow still reads; it just is not open.
@@ -218,7 +223,7 @@ TEST(AlpacaMappingQuotes, ContractQuotesCandlesAndTheirTimes) {
     EXPECT_EQ(candle.volume, 9007199254740993);  // past 2^53, still exact
     const auto coinCandle = AlpacaMapping::candle(wire<AlpacaDTO::Bar>(
         R"({"t":"2026-03-02T14:30:00Z","o":87000,"h":87100,"l":86900,"c":87050,"v":1.6})"));
-    EXPECT_EQ(coinCandle.volume, 2);
+    EXPECT_EQ(coinCandle.volume, dec("1.6"));  // coins trade in fractions
 }
 
 TEST(AlpacaMappingActivities, OnlyExecutionsBecomeFills) {
@@ -312,6 +317,12 @@ TEST(AlpacaMappingChains, ContractJoinedWithItsSnapshot) {
     ASSERT_TRUE(bare.has_value());
     EXPECT_EQ(bare->last, dec("4.1"));
     EXPECT_FALSE(bare->bid || bare->ask || bare->delta || bare->impliedVolatility || bare->openInterest);
+
+    // Alpaca's own answers leave "multiplier" out: the contract's size stands in, else 100.
+    EXPECT_EQ(AlpacaMapping::optionContract(contract(R"("multiplier":null,"size":"10")"), std::nullopt)->multiplier,
+              10);
+    EXPECT_EQ(AlpacaMapping::optionContract(contract(R"("multiplier":null,"size":null)"), std::nullopt)->multiplier,
+              100);
 
     // An unfamiliar type word falls back on the symbol; a contract that names no right is dropped.
     EXPECT_EQ(AlpacaMapping::optionContract(contract(R"("type":"PUT ")"), std::nullopt)->right,

@@ -140,8 +140,13 @@ TEST(RecordJsonDecode, ErrorsNameTheRecordAndField) {
     EXPECT_EQ(decodeError<Quote>(R"({"symbol":"AAPL","last":true,"asOf":"2026-03-02T14:30:00Z"})"),
               "Quote.last: expected a number, found a boolean");
     EXPECT_EQ(decodeError<Quote>(R"({"last":1,"asOf":"2026-03-02T14:30:00Z"})"), "Quote.symbol: missing");
-    EXPECT_EQ(decodeError<Quote>(R"({"symbol":"AAPL","last":1,"volume":1.5,"asOf":"2026-03-02T14:30:00Z"})"),
-              "Quote.volume: expected a whole number");
+    EXPECT_EQ(decodeError<Quote>(R"({"symbol":"AAPL","last":1,"volume":"many","asOf":"2026-03-02T14:30:00Z"})"),
+              "Quote.volume: expected a decimal number in the string");
+    // Coins trade in fractions, and their volumes keep them.
+    EXPECT_EQ(decodeJson<Candle>(Json::parse(R"({"time":"2026-03-02T14:30:00Z","open":1,"high":1,"low":1,)"
+                                             R"("close":1,"volume":1.284037511})"))
+                  .volume,
+              dec("1.284037511"));
     EXPECT_EQ(decodeError<Candle>(R"({"time":"soon","open":1,"high":1,"low":1,"close":1,"volume":1})"),
               "Candle.time: expected an ISO 8601 date");
     EXPECT_EQ(decodeError<Position>(R"({"symbol":"X","assetType":"bond","quantity":1,"averagePrice":1,)"

@@ -55,5 +55,16 @@ TEST_F(AccountTablesTest, ShowWhatTheAccountHoldsAndItsOrdersInPlainWords) {
     EXPECT_FALSE(cell("orders", 0, OrdersTableModel::submittedColumn).isEmpty());
 }
 
+TEST(OrderCells, MoneyOrdersAndPercentTrailsShowWhatWasAsked) {
+    Order byMoney{.quantity = *Decimal::parse("2.1345"), .notional = Decimal(500)};
+    EXPECT_EQ(OrdersTableModel::quantityCell(byMoney), moneyText(Decimal(500)));
+    byMoney.filledQuantity = *Decimal::parse("2.1345");
+    EXPECT_EQ(OrdersTableModel::quantityCell(byMoney), moneyText(Decimal(500)) + QStringLiteral(" (2.1345 so far)"));
+    EXPECT_EQ(OrdersTableModel::quantityCell(Order{.quantity = Decimal(3)}), QStringLiteral("3"));
+
+    const Order trailing{.type = OrderType::trailingStop, .trailPercent = *Decimal::parse("2.5")};
+    EXPECT_EQ(OrdersTableModel::pricesText(trailing), QStringLiteral("trail 2.5%"));
+}
+
 }  // namespace
 }  // namespace tavix::test

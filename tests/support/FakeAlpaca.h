@@ -72,6 +72,9 @@ public:
     // ---- The service's state, in Alpaca's shapes.
     Json account;
     Json clock;
+    // Free keys read the consolidated ("sip") feed only up to 15 minutes before the clock's
+    // timestamp; a bars request that names no end, or a later one, is refused as Alpaca refuses it.
+    bool freeDataPlan = true;
     std::vector<Json> positions;
     std::vector<Json> orders;  // parents, with their legs nested
     std::vector<Json> assets;

@@ -47,6 +47,15 @@ HttpResponse FakeAlpaca::dataRoute(const HttpRequest& request) {
     const QString& path = request.path;
     const bool stock = parts.size() == 4 && parts[1] == QStringLiteral("stocks");
     HttpResponse response = HttpResponse::json(404, error(40410000, QStringLiteral("Not Found")));
+    const bool bars = path == QStringLiteral("/v2/stocks/bars") || (stock && parts[3] == QStringLiteral("bars"));
+    if (bars && freeDataPlan && queryText(request, "feed") == QStringLiteral("sip")) {
+        const auto end = Date::parseIso(queryText(request, "end"));
+        const auto now = Date::parseIso(field(clock, "timestamp"));
+        if (!end || !now || *end > *now - 15 * 60.0) {
+            return HttpResponse::json(
+                403, error(40310000, QStringLiteral("subscription does not permit querying recent SIP data")));
+        }
+    }
     if (path == QStringLiteral("/v2/stocks/snapshots")) {
         // Alpaca sends this map bare, without a wrapper.
         response = HttpResponse::json(200, known(stockSnapshots, symbolsOf(request)));

@@ -82,6 +82,26 @@ Json changed(const char* id, const char* symbol, const char* side, const char* t
     return o;
 }
 
+// A call spread: one order whose legs name the contracts, with no symbol or side of its own.
+Json mlegOrder() {
+    const auto leg = [](const char* id, const char* symbol, const char* side, const char* intent) {
+        return changed(id, symbol, side, "limit", "1", "new",
+                       {{"asset_class", "us_option"}, {"position_intent", intent}, {"order_class", "mleg"},
+                        {"ratio_qty", "1"}, {"order_type", ""}, {"type", ""}});
+    };
+    Json order = parsed(QStringLiteral(R"({"id":"f1e2d3c4-b5a6-4978-8695-a4b3c2d1e0f9",
+        "client_order_id":"9a8b7c6d-spread","created_at":"2026-03-02T14:50:00.5Z","updated_at":"2026-03-02T14:50:00.5Z",
+        "submitted_at":"2026-03-02T14:50:00.5Z","filled_at":null,"expired_at":null,"canceled_at":null,
+        "failed_at":null,"replaced_at":null,"replaced_by":null,"replaces":null,"asset_class":"","notional":null,
+        "qty":"1","filled_qty":"0","filled_avg_price":null,"order_class":"mleg","order_type":"limit",
+        "type":"limit","time_in_force":"day","limit_price":"1.25","stop_price":null,"status":"new",
+        "extended_hours":false,"trail_percent":null,"trail_price":null,"hwm":null})"));
+    return order.set("legs", Json(Json::Array{leg("f1e2d3c4-b5a6-4978-8695-a4b3c2d1e0fa", "AAPL260320C00190000",
+                                                   "buy", "buy_to_open"),
+                                               leg("f1e2d3c4-b5a6-4978-8695-a4b3c2d1e0fb", "AAPL260320C00200000",
+                                                   "sell", "sell_to_open")}));
+}
+
 }  // namespace
 
 Json FakeAlpaca::error(int code, const QString& message) {
@@ -125,9 +145,18 @@ Json FakeAlpaca::order(const QString& id, const QString& symbol, const QString& 
                            status == QStringLiteral("filled") ? qty : QStringLiteral("0"), status));
 }
 
+// Where the shapes come from: Alpaca's official Python SDK (github.com/alpacahq/alpaca-py) records
+// the service's answers in its tests. The account's options levels arrive as strings
+// (tests/trading/trading_client/test_account_routes.py); option contracts come without
+// "multiplier" (tests/trading/trading_client/test_option_routes.py); an order placed by money has
+// "qty" null and "notional" set (tests/trading/trading_client/test_position_routes.py); multi-leg
+// orders leave "symbol", "side" and "asset_class" out at the top (alpaca/trading/models.py, Order);
+// "pending_review", "opg", "cls" and "PAPER_ONLY" are cases of alpaca/trading/enums.py; coin bar
+// volumes are fractions (tests/data/test_historical_crypto_data.py). "options_enabled" is the
+// asset attribute in Alpaca's assets documentation, where older answers said "has_options".
 void FakeAlpaca::setUpState() {
     account = Json::parse(R"({"id":"904837e3-3b76-47ec-b432-046db621571b","account_number":"PA3KDV5RQ8LX",
-        "status":"ACTIVE","crypto_status":"ACTIVE","options_approved_level":2,"options_trading_level":2,
+        "status":"ACTIVE","crypto_status":"ACTIVE","options_approved_level":"2","options_trading_level":"2",
         "currency":"USD","buying_power":"187654.32","regt_buying_power":"187654.32","daytrading_buying_power":"0",
         "non_marginable_buying_power":"93827.16","options_buying_power":"93827.16","cash":"93827.16",
         "portfolio_value":"101234.56","pattern_day_trader":false,"trading_blocked":false,"multiplier":"2",
@@ -165,9 +194,19 @@ void FakeAlpaca::setUpState() {
                                       "new", {{"limit_price", "430"}, {"order_class", "bracket"}}),
                               changed("e2f3a4b5-c6d7-4e8f-90a1-b2c3d4e5f6a7", "MSFT", "sell", "stop", "2",
                                       "held", {{"stop_price", "395"}, {"order_class", "bracket"}})})}}),
+        // Bought by money, not count; a trailing stop by percent that waits for the open; a
+        // two-leg call spread with nothing at the top but its class; one awaiting review.
+        changed("61e69015-8549-4bfd-b9c3-01e75843f47e", "SPY", "buy", "market", "0", "accepted",
+                {{"qty", Json()}, {"notional", "500"}, {"order_class", "simple"},
+                 {"position_intent", "buy_to_open"}}),
+        changed("b3c4d5e6-f7a8-4b9c-8d0e-1f2a3b4c5d6e", "AAPL", "sell", "trailing_stop", "3", "new",
+                {{"trail_percent", "2.5"}, {"hwm", "182.55"}, {"stop_price", "177.99"}, {"time_in_force", "opg"}}),
+        mlegOrder(),
+        changed("0a9b8c7d-6e5f-4a3b-9c2d-1e0f9a8b7c6d", "MSFT", "buy", "limit", "1", "pending_review",
+                {{"limit_price", "400"}}),
     };
 
-    assets = {asset("AAPL", "Apple Inc. Common Stock", R"("fractional_eh_enabled","has_options")"),
+    assets = {asset("AAPL", "Apple Inc. Common Stock", R"("fractional_eh_enabled","options_enabled")"),
               asset("MSFT", "Microsoft Corporation Common Stock", R"("has_options")"),
               asset("SPY", "SPDR S&P 500 ETF Trust", R"("has_options")"),
               asset("BRK.B", "Berkshire Hathaway Inc. Class B Common Stock"),
@@ -211,7 +250,7 @@ void FakeAlpaca::setUpState() {
                 optionContracts.push_back(parsed(QStringLiteral(R"({"id":"0c6b2f2e-%1","symbol":"%1",
                     "name":"AAPL %2 %3 %4","status":"active","tradable":true,"expiration_date":"%2",
                     "root_symbol":"AAPL","underlying_symbol":"AAPL","type":"%4","style":"american",
-                    "strike_price":"%3","multiplier":"100","size":"100","open_interest":"%5",
+                    "strike_price":"%3","size":"100","open_interest":"%5",
                     "open_interest_date":"2026-02-27","close_price":"%6","close_price_date":"2026-02-27"})")
                                                      .arg(symbol, date, QString::number(strike), right)
                                                      .arg(1000 + strike)
