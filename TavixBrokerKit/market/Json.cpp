@@ -6,7 +6,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <map>
 #include <system_error>
 
 namespace tavix {
@@ -43,6 +45,163 @@ bool isJsonNumber(std::string_view text) {
         if (!digits()) return false;
     }
     return i == n;
+}
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// The code unit of the four hex digits at `at`, or -1.
+long hexUnit(const char* at) {
+    long unit = 0;
+    for (int i = 0; i < 4; ++i) {
+        const int digit = hexDigit(at[i]);
+        if (digit < 0) return -1;
+        unit = unit * 16 + digit;
+    }
+    return unit;
+}
+
+bool isHighSurrogate(long unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLowSurrogate(long unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+// A "\uD800" that no low half follows, or a low half on its own, names no character. Both are read
+// the same way, as U+FFFD, so that what is read is always text that can be written back as UTF-8.
+// The escape is rewritten in place ("\ufffd" has the same length), before the parser sees it.
+// Every backslash of a valid document is inside a string and starts an escape, so walking them in
+// pairs from the first keeps in step.
+void replaceLoneSurrogates(char* text, std::size_t size) {
+    const char* end = text + size;
+    char* at = static_cast<char*>(std::memchr(text, '\\', size));
+    while (at && end - at >= 2) {
+        if (at[1] != 'u') {
+            at += 2;
+        } else if (end - at < 6) {
+            return;  // a cut-off escape: the parser reports it
+        } else {
+            const long unit = hexUnit(at + 2);
+            const bool paired = isHighSurrogate(unit) && end - at >= 12 && at[6] == '\\' && at[7] == 'u' &&
+                                isLowSurrogate(hexUnit(at + 8));
+            if (paired) {
+                at += 12;
+            } else {
+                if (isHighSurrogate(unit) || isLowSurrogate(unit)) std::memcpy(at + 2, "fffd", 4);
+                at += 6;
+            }
+        }
+        if (at >= end) return;
+        at = static_cast<char*>(std::memchr(at, '\\', static_cast<std::size_t>(end - at)));
+    }
+}
+
+// RapidJSON refuses numbers past the double range (1e309, a mantissa of hundreds of digits), though
+// they are valid JSON and Tavix keeps numbers as their text. When it does, every number of the
+// document is swapped for a "0" padded with spaces to the same length, its text kept by its offset,
+// and the document parsed again; the builder puts the texts back.
+void maskNumbers(char* text, std::size_t size, std::map<std::size_t, std::string>& numbers) {
+    std::size_t i = 0;
+    while (i < size) {
+        const char c = text[i];
+        if (c == '"') {
+            for (++i; i < size && text[i] != '"'; ++i) {
+                if (text[i] == '\\') ++i;
+            }
+            ++i;
+        } else if (c == '-' || (c >= '0' && c <= '9')) {
+            std::size_t end = i;
+            while (end < size && std::strchr("0123456789+-.eE", text[end]) && text[end] != '\0') ++end;
+            const std::string_view token(text + i, end - i);
+            if (isJsonNumber(token)) {
+                numbers.emplace(i, std::string(token));
+                text[i] = '0';
+                std::memset(text + i + 1, ' ', end - i - 1);
+            }
+            i = end;
+        } else {
+            ++i;
+        }
+    }
+}
+
+// Whether the bytes are UTF-8 that names only characters (no surrogates, nothing overlong).
+bool isValidUtf8(std::string_view text) {
+    const auto* s = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t n = text.size();
+    std::size_t i = 0;
+    while (i < n) {
+        const unsigned char c = s[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t length = 0;
+        unsigned char low = 0x80, high = 0xBF;
+        if (c >= 0xC2 && c <= 0xDF) {
+            length = 2;
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            length = 3;
+            if (c == 0xE0) low = 0xA0;
+            if (c == 0xED) high = 0x9F;  // no surrogates
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            length = 4;
+            if (c == 0xF0) low = 0x90;
+            if (c == 0xF4) high = 0x8F;
+        } else {
+            return false;
+        }
+        if (i + length > n || s[i + 1] < low || s[i + 1] > high) return false;
+        for (std::size_t k = 2; k < length; ++k) {
+            if (s[i + k] < 0x80 || s[i + k] > 0xBF) return false;
+        }
+        i += length;
+    }
+    return true;
+}
+
+// The bytes with every sequence that is not UTF-8 replaced by U+FFFD, so nothing invalid is ever
+// written out.
+std::string repairedUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    std::size_t i = 0;
+    while (i < text.size()) {
+        std::size_t length = 1;
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c >= 0xC2 && c <= 0xDF) length = 2;
+        if (c >= 0xE0 && c <= 0xEF) length = 3;
+        if (c >= 0xF0 && c <= 0xF4) length = 4;
+        if (c < 0x80 || (i + length <= text.size() && isValidUtf8(text.substr(i, length)))) {
+            out.append(text.substr(i, c < 0x80 ? 1 : length));
+            i += c < 0x80 ? 1 : length;
+        } else {
+            out.append("\xEF\xBF\xBD");
+            ++i;
+        }
+    }
+    return out;
+}
+
+// Plain ASCII is the common case and needs no closer look.
+bool isAscii(std::string_view text) {
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    }
+    return true;
+}
+
+template <class Writer>
+void writeText(Writer& writer, const std::string& text, bool key) {
+    if (isAscii(text) || isValidUtf8(text)) {
+        key ? writer.Key(text.data(), static_cast<rapidjson::SizeType>(text.size()))
+            : writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+        return;
+    }
+    const std::string repaired = repairedUtf8(text);
+    key ? writer.Key(repaired.data(), static_cast<rapidjson::SizeType>(repaired.size()))
+        : writer.String(repaired.data(), static_cast<rapidjson::SizeType>(repaired.size()));
 }
 
 const char* typeWord(Json::Type type) {
@@ -87,11 +246,9 @@ void write(Writer& writer, const Json& value) {
             writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
             break;
         }
-        case Json::Type::string: {
-            const std::string& text = value.stringUtf8();
-            writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+        case Json::Type::string:
+            writeText(writer, value.stringUtf8(), false);
             break;
-        }
         case Json::Type::array:
             writer.StartArray();
             for (const auto& item : value.items()) write(writer, item);
@@ -100,7 +257,7 @@ void write(Writer& writer, const Json& value) {
         case Json::Type::object:
             writer.StartObject();
             for (const auto& [key, member] : value.members()) {
-                writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
+                writeText(writer, key, true);
                 write(writer, member);
             }
             writer.EndObject();
@@ -145,6 +302,14 @@ public:
     bool Uint64(std::uint64_t) { return false; }
     bool Double(double) { return false; }
     bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+        if (!maskedNumbers_.empty()) {
+            // Parsed in place, a number starts where it stood in the text.
+            const auto found = maskedNumbers_.find(static_cast<std::size_t>(text - text_.data()));
+            if (found != maskedNumbers_.end()) {
+                slot().value_.emplace<Json::Number>(std::move(found->second));
+                return true;
+            }
+        }
         slot().value_.emplace<Json::Number>(std::string(text, length));
         return true;
     }
@@ -187,9 +352,13 @@ public:
         return root;
     }
 
-    // The text to parse in place, in the builder's own buffer, ending in a zero byte.
-    char* copy(std::string_view text) {
+    // The text to parse in place, in the builder's own buffer, ending in a zero byte, with lone
+    // surrogate escapes read as U+FFFD and, when `maskNumbers`, every number masked.
+    char* copy(std::string_view text, bool masked) {
         text_.assign(text);
+        maskedNumbers_.clear();
+        if (text.find("\\u") != std::string_view::npos) replaceLoneSurrogates(text_.data(), text_.size());
+        if (masked) maskNumbers(text_.data(), text_.size(), maskedNumbers_);
         return text_.data();
     }
 
@@ -197,6 +366,7 @@ public:
     // document made it unusually large.
     void clear() {
         text_.clear();
+        maskedNumbers_.clear();
         root_ = Json();
         open_.clear();
         constexpr std::size_t keepBytes = 1 << 20;
@@ -223,6 +393,7 @@ private:
     std::string text_;
     Json root_;
     std::vector<Json*> open_;
+    std::map<std::size_t, std::string> maskedNumbers_;  // by offset, while masked
 };
 
 Json::Json(bool value) : value_(value) {}
@@ -253,8 +424,13 @@ Json Json::parse(std::string_view text) {
     thread_local JsonBuilder builder;
     thread_local rapidjson::Reader reader;
     builder.clear();
-    rapidjson::InsituStringStream stream(builder.copy(text));
+    rapidjson::InsituStringStream stream(builder.copy(text, false));
     rapidjson::ParseResult result = reader.Parse<flags>(stream, builder);
+    if (result.Code() == rapidjson::kParseErrorNumberTooBig) {
+        builder.clear();
+        stream = rapidjson::InsituStringStream(builder.copy(text, true));
+        result = reader.Parse<flags>(stream, builder);
+    }
     auto fail = [&](std::size_t offset, std::string_view problem) {
         builder.clear();
         throw JsonError("JSON error at byte " + std::to_string(offset) + ": " + std::string(problem));
