@@ -3,6 +3,8 @@
 #include "market/JsonCodec.h"
 #include "market/RecordJson.h"
 
+#include <algorithm>
+
 namespace tavix {
 
 Ledger Ledger::opening() {
@@ -27,9 +29,36 @@ const Working* Ledger::find(const QString& id) const {
     return found == book.end() ? nullptr : &found->second;
 }
 
+namespace {
+
+const QString idPrefix = QStringLiteral("practice-");
+
+// The number of an id Tavix made ("practice-12" is 12), or 0.
+long long idNumber(const QString& id) {
+    if (!id.startsWith(idPrefix)) return 0;
+    bool whole = false;
+    const long long number = id.mid(idPrefix.size()).toLongLong(&whole);
+    return whole && number > 0 ? number : 0;
+}
+
+}  // namespace
+
 QString Ledger::nextID() {
-    ++sequence;
-    return QStringLiteral("practice-") + QString::number(sequence);
+    // Never an id already in the book, whatever the sequence says.
+    QString id;
+    do {
+        ++sequence;
+        id = idPrefix + QString::number(sequence);
+    } while (book.contains(id));
+    return id;
+}
+
+long long Ledger::highestIDNumber() const {
+    long long highest = 0;
+    for (const auto& [id, working] : book) {
+        highest = std::max({highest, idNumber(id), working.replacedBy ? idNumber(*working.replacedBy) : 0});
+    }
+    return highest;
 }
 
 Decimal Ledger::apply(const LedgerTrade& trade) {
@@ -190,6 +219,9 @@ void fromJson(const Json& json, Ledger& out) {
     reader.field("parents", out.parents);
     reader.field("sequence", out.sequence);
     reader.field("dayRealized", out.dayRealized);
+    // A sequence saved behind the ids it handed out would give one of them again, and the new
+    // order would silently replace the old one in the book.
+    out.sequence = std::max(out.sequence, out.highestIDNumber());
 }
 
 }  // namespace tavix

@@ -99,8 +99,11 @@ struct Ledger {
 
     Working* find(const QString& id);
     const Working* find(const QString& id) const;
-    // Takes the next number of the sequence and gives the order id made from it.
+    // Takes the next number of the sequence and gives the order id made from it; an id already
+    // in the book is skipped.
     QString nextID();
+    // The highest number of any order id in the book ("practice-12" counts 12).
+    long long highestIDNumber() const;
 
     // Moves cash and the holding for one execution, with average cost (short positions
     // negative) and the day's realised profit (keepDay). Money moves in whole cents. Returns

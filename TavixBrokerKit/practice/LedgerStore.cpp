@@ -9,6 +9,7 @@
 #include <QSaveFile>
 #include <QTimeZone>
 
+#include <algorithm>
 #include <exception>
 
 namespace tavix {
@@ -22,7 +23,25 @@ QString LedgerStore::unreadableNotice(const QString& keptName) {
            keptName + u'.';
 }
 
+void LedgerStore::removeInterruptedSaves() const {
+    // A save writes a temporary file beside the ledger, named after it with a dot and six
+    // letters or digits, and renames it over the ledger; one cut off before the rename stays
+    // behind. Files put aside (".unreadable-…") and everything else are left alone.
+    const QFileInfo info(path_);
+    const QDir folder = info.absoluteDir();
+    const QString stem = info.fileName() + u'.';
+    for (const QString& name : folder.entryList({stem + QStringLiteral("??????")}, QDir::Files | QDir::Hidden)) {
+        const QString tail = name.mid(stem.size());
+        const bool temporary = std::all_of(tail.begin(), tail.end(), [](QChar c) {
+            return c.isDigit() || (c.toLatin1() >= 'a' && c.toLatin1() <= 'z') ||
+                   (c.toLatin1() >= 'A' && c.toLatin1() <= 'Z');
+        });
+        if (temporary) QFile::remove(folder.filePath(name));
+    }
+}
+
 LedgerStore::Loaded LedgerStore::load(Date now) {
+    removeInterruptedSaves();
     Loaded loaded{.ledger = Ledger::opening()};
     QFile file(path_);
     if (!file.exists()) return loaded;

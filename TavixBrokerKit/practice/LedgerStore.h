@@ -32,6 +32,7 @@ public:
     };
 
     // Reads the saved ledger; a missing file gives a new one. `now` names the file put aside.
+    // Temporary files of saves that were cut off are removed first.
     Loaded load(Date now);
 
     // The file's bytes for a ledger. Orders that did not change since they were last encoded
@@ -50,6 +51,7 @@ public:
     static QString unreadableNotice(const QString& keptName);
 
 private:
+    void removeInterruptedSaves() const;
     // Moves an unreadable file out of the way; gives its new path, or nothing when it could not.
     std::optional<QString> putAside(Date now);
 
