@@ -1,3 +1,4 @@
+#include "analytics/ExactTies.h"
 #include "analytics/MovingAverage.h"
 #include "analytics/PriceSource.h"
 #include "analytics/RollingExtreme.h"
@@ -42,9 +43,17 @@ std::vector<double> relativeStrength(std::span<const double> values, int length,
     const auto averages = average::each(jobs);
     const auto& gain = averages[0];
     const auto& loss = averages[1];
+    // Wilder's and the exponential averages shrink gains and losses alike on a bar of no change, so
+    // the RSI stays exactly where it was; worked out again it would wander by an ulp, and a
+    // stochastic of it would swing between 0 and 100 on a flat stretch.
+    const bool keepsRatio = type == AverageType::wilders || type == AverageType::exponential;
     std::vector<double> rsi(n, noValue);
     for (std::size_t i = 0; i < n; ++i) {
         if (std::isnan(gain[i]) || std::isnan(loss[i])) continue;
+        if (keepsRatio && i > 0 && !std::isnan(rsi[i - 1]) && values[i] == values[i - 1]) {
+            rsi[i] = rsi[i - 1];
+            continue;
+        }
         // A Hull average can overshoot below zero; an amount gained or lost cannot.
         const double up = std::max(gain[i], 0.0);
         const double down = std::max(loss[i], 0.0);
@@ -98,7 +107,20 @@ void computeCci(const StudyBars& bars, StudyRun& run) {
     const auto mean = average::simple(typical, length);
     auto cci = StudySeries::numberSeries(QStringLiteral("cci"), n);
     const std::size_t window = count(length);
-    for (std::size_t i = window > 0 ? window - 1 : n; i < n; ++i) {
+    // How many bars up to each one share its exact typical price: a window of one price has no
+    // deviation and a CCI of 0, where the average taken in doubles would sit an ulp off the price.
+    std::size_t sameRun = 0;
+    std::optional<long long> previousKey;
+    for (std::size_t i = 0; i < n; ++i) {
+        const auto key = exact::sum(bars.high[i], bars.low[i], bars.close[i]);
+        const bool same = i > 0 && exact::compare(key, previousKey, typical[i], typical[i - 1]) == 0;
+        sameRun = same ? sameRun + 1 : 1;
+        previousKey = key;
+        if (window == 0 || i + 1 < window) continue;
+        if (sameRun >= window) {
+            cci.numbers[i] = 0;
+            continue;
+        }
         const double centre = mean[i];
         // The deviation is around this bar's average, so it cannot be kept as a running sum.
         double deviation = 0;

@@ -55,6 +55,7 @@ void historicalVolatility(const StudyBars& bars, StudyRun& run) {
     std::vector<double> returns(n, noValue);
     clearUpperVectorState();
     std::size_t count = 0;  // returns in the window, up to `length`
+    std::size_t flat = 0;   // returns of exactly zero in a row
     double mean = 0, squares = 0;
     for (std::size_t i = 1; i < n; ++i) {
         if (!(bars.close[i] > 0 && bars.close[i - 1] > 0)) {
@@ -64,6 +65,7 @@ void historicalVolatility(const StudyBars& bars, StudyRun& run) {
         }
         const double value = std::log(bars.close[i] / bars.close[i - 1]);
         returns[i] = value;
+        flat = value == 0 ? flat + 1 : 0;
         if (count < length) {
             ++count;
             const double delta = value - mean;
@@ -76,6 +78,13 @@ void historicalVolatility(const StudyBars& bars, StudyRun& run) {
             squares += (value - dropped) * (value - mean + dropped - previousMean);
         }
         if (count < length) continue;
+        if (flat >= length) {
+            // A window of no change at all: exactly 0, and the running figures start clean rather
+            // than carry what swapping the moves out left behind.
+            mean = squares = 0;
+            volatility[i] = 0;
+            continue;
+        }
         volatility[i] = annualised * std::sqrt(std::max(0.0, squares / static_cast<double>(length - 1)));
     }
     setOutputs(run, numberOutput(QStringLiteral("hv"), std::move(volatility)));

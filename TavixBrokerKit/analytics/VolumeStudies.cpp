@@ -1,3 +1,4 @@
+#include "analytics/ExactTies.h"
 #include "analytics/MovingAverage.h"
 #include "analytics/StudyCatalog.h"
 #include "analytics/StudyParts.h"
@@ -87,12 +88,19 @@ void moneyFlowIndex(const StudyBars& bars, StudyRun& run) {
     const auto length = static_cast<std::size_t>(run.whole(u"length"));
     std::vector<double> index(n, noValue);
     // Each change's money, signed by its direction (0 for none), so the window can drop it later.
+    // The direction compares h + l + c exactly: two equal typical prices made of other prices can
+    // differ by an ulp as doubles, and a tie must count on neither side.
     std::vector<double> flow(n);
+    std::optional<long long> previousKey = n > 0 ? exact::sum(bars.high[0], bars.low[0], bars.close[0])
+                                                 : std::nullopt;
     for (std::size_t i = 1; i < n; ++i) {
         const double price = typicalPrice(bars, i);
         const double previous = typicalPrice(bars, i - 1);
+        const auto key = exact::sum(bars.high[i], bars.low[i], bars.close[i]);
+        const int direction = exact::compare(key, previousKey, price, previous);
+        previousKey = key;
         const double money = price * bars.volume[i];
-        flow[i] = price > previous ? money : price < previous ? -money : 0;
+        flow[i] = direction > 0 ? money : direction < 0 ? -money : 0;
     }
     // Running sums of each side, with how many changes feed them: a side with none is exactly zero,
     // not the crumbs that adding and taking away leave behind.

@@ -131,12 +131,16 @@ inline Directional wilderDirectional(const std::vector<double>& high, const std:
     double tr = 0, plus = 0, minus = 0, dxSum = 0, adx = 0;
     for (std::size_t i = 1; i < n; ++i) {
         const double up = high[i] - high[i - 1], down = low[i - 1] - low[i];
+        // The bars are whole cents, so the moves are compared in cents, where a tie is a tie.
+        const auto inCents = [](double price) { return std::llround(price * 100); };
+        const long long upCents = inCents(high[i]) - inCents(high[i - 1]);
+        const long long downCents = inCents(low[i - 1]) - inCents(low[i]);
         const auto carry = [&](double& sum, double today) {
             sum = i <= length ? sum + today : sum - sum / len + today;
         };
         carry(tr, ranges[i]);
-        carry(plus, up > down && up > 0 ? up : 0);
-        carry(minus, down > up && down > 0 ? down : 0);
+        carry(plus, upCents > downCents && upCents > 0 ? up : 0);
+        carry(minus, downCents > upCents && downCents > 0 ? down : 0);
         if (i < length) continue;
         out.diPlus[i] = 100 * plus / tr;
         out.diMinus[i] = 100 * minus / tr;
