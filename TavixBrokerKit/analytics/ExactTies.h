@@ -1,14 +1,24 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
 namespace tavix::exact {
 
 // Prices are decimals, nearly always with two places, but the studies work in doubles, where two
-// equal sums or differences of prices can come out an ulp apart and a tie goes either way. A
-// price as a whole number of hundred-millionths lets ties be decided exactly. Prices too large or
-// with more places than that have no such number, and are compared as doubles.
+// equal sums or differences of prices can come out an ulp apart and a tie goes either way. Where
+// two such doubles are close enough for rounding to have decided their order (`nearTie`), the
+// prices are compared again as whole numbers of hundred-millionths, exactly; elsewhere the doubles
+// are trusted, so the exact work is done only on the rare near ties. Prices too large or with
+// more places than that have no such number, and the doubles decide.
+
+// Whether x and y, worked out from prices no larger than `scale`, are too close for their doubles
+// to be trusted: each price is off by up to half an ulp of itself, whatever the size of x and y.
+inline bool nearTie(double x, double y, double scale) {
+    return std::abs(x - y) <= 1e-12 * scale;
+}
+
 inline std::optional<long long> units(double price) {
     constexpr double largest = 1e7;  // past this, price * 1e8 no longer lands within 0.5 of the units
     if (!(std::abs(price) < largest)) return std::nullopt;
@@ -25,11 +35,30 @@ inline std::optional<long long> sum(double a, double b, double c) {
     return *x + *y + *z;
 }
 
-// -1, 0 or 1 as `a` is below, equal to or above `b`: exactly when both have units, else as the
-// doubles `x` and `y` that stand for them.
-inline int compare(std::optional<long long> a, std::optional<long long> b, double x, double y) {
-    if (a && b) return *a < *b ? -1 : *a > *b ? 1 : 0;
-    return x < y ? -1 : x > y ? 1 : 0;
+inline int sign(long long v) {
+    return v < 0 ? -1 : v > 0 ? 1 : 0;
+}
+inline int sign(double v) {
+    return v < 0 ? -1 : v > 0 ? 1 : 0;
+}
+
+// How a + b + c compares with d + e + f: -1, 0 or 1.
+inline int compareSums(double a, double b, double c, double d, double e, double f) {
+    const double x = a + b + c, y = d + e + f;
+    if (!nearTie(x, y, std::max({std::abs(a), std::abs(b), std::abs(c), std::abs(d), std::abs(e), std::abs(f)})))
+        return sign(x - y);
+    const auto left = sum(a, b, c), right = sum(d, e, f);
+    if (left && right) return sign(*left - *right);
+    return sign(x - y);
+}
+
+// How a − b compares with c − d: -1, 0 or 1.
+inline int compareDifferences(double a, double b, double c, double d) {
+    const double x = a - b, y = c - d;
+    if (!nearTie(x, y, std::max({std::abs(a), std::abs(b), std::abs(c), std::abs(d)}))) return sign(x - y);
+    const auto ua = units(a), ub = units(b), uc = units(c), ud = units(d);
+    if (ua && ub && uc && ud) return sign((*ua - *ub) - (*uc - *ud));
+    return sign(x - y);
 }
 
 }  // namespace tavix::exact

@@ -110,12 +110,10 @@ void computeCci(const StudyBars& bars, StudyRun& run) {
     // How many bars up to each one share its exact typical price: a window of one price has no
     // deviation and a CCI of 0, where the average taken in doubles would sit an ulp off the price.
     std::size_t sameRun = 0;
-    std::optional<long long> previousKey;
     for (std::size_t i = 0; i < n; ++i) {
-        const auto key = exact::sum(bars.high[i], bars.low[i], bars.close[i]);
-        const bool same = i > 0 && exact::compare(key, previousKey, typical[i], typical[i - 1]) == 0;
+        const bool same = i > 0 && exact::compareSums(bars.high[i], bars.low[i], bars.close[i], bars.high[i - 1],
+                                                      bars.low[i - 1], bars.close[i - 1]) == 0;
         sameRun = same ? sameRun + 1 : 1;
-        previousKey = key;
         if (window == 0 || i + 1 < window) continue;
         if (sameRun >= window) {
             cci.numbers[i] = 0;

@@ -50,16 +50,11 @@ void computeAdx(const StudyBars& bars, StudyRun& run) {
         trueRange[i] = std::max({high - low, std::abs(high - previousClose), std::abs(low - previousClose)});
         const double up = high - bars.high[i - 1];
         const double down = bars.low[i - 1] - low;
-        // Which move is larger, decided on the exact prices: equal moves give no direction.
-        const auto highUnits = exact::units(high), lowUnits = exact::units(low);
-        const auto previousHigh = exact::units(bars.high[i - 1]), previousLow = exact::units(bars.low[i - 1]);
-        const bool exactMoves = highUnits && lowUnits && previousHigh && previousLow;
-        const int upVersusDown = exactMoves ? exact::compare(*highUnits - *previousHigh, *previousLow - *lowUnits, 0, 0)
-                                            : exact::compare(std::nullopt, std::nullopt, up, down);
-        const bool rose = exactMoves ? *highUnits > *previousHigh : up > 0;
-        const bool fell = exactMoves ? *lowUnits < *previousLow : down > 0;
-        plusMove[i] = upVersusDown > 0 && rose ? up : 0;
-        minusMove[i] = upVersusDown < 0 && fell ? down : 0;
+        // Which move is larger is decided on the exact prices: equal moves give no direction. (Whether
+        // a move is above zero is exact already: the doubles keep the prices' order.)
+        const int upVersusDown = exact::compareDifferences(high, bars.high[i - 1], bars.low[i - 1], low);
+        plusMove[i] = upVersusDown > 0 && up > 0 ? up : 0;
+        minusMove[i] = upVersusDown < 0 && down > 0 ? down : 0;
     }
     const average::Job jobs[] = {{AverageType::wilders, trueRange, length},
                                  {AverageType::wilders, plusMove, length},

@@ -91,14 +91,10 @@ void moneyFlowIndex(const StudyBars& bars, StudyRun& run) {
     // The direction compares h + l + c exactly: two equal typical prices made of other prices can
     // differ by an ulp as doubles, and a tie must count on neither side.
     std::vector<double> flow(n);
-    std::optional<long long> previousKey = n > 0 ? exact::sum(bars.high[0], bars.low[0], bars.close[0])
-                                                 : std::nullopt;
     for (std::size_t i = 1; i < n; ++i) {
         const double price = typicalPrice(bars, i);
-        const double previous = typicalPrice(bars, i - 1);
-        const auto key = exact::sum(bars.high[i], bars.low[i], bars.close[i]);
-        const int direction = exact::compare(key, previousKey, price, previous);
-        previousKey = key;
+        const int direction = exact::compareSums(bars.high[i], bars.low[i], bars.close[i], bars.high[i - 1],
+                                                 bars.low[i - 1], bars.close[i - 1]);
         const double money = price * bars.volume[i];
         flow[i] = direction > 0 ? money : direction < 0 ? -money : 0;
     }
