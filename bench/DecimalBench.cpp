@@ -28,10 +28,19 @@ namespace {
 constexpr std::size_t operandCount = 4096;  // a power of two, so the index wraps with a mask
 
 struct Operands {
-    std::vector<std::string> priceTexts, quantityTexts;
-    std::vector<Decimal> prices, quantities, notionals;
-    std::vector<BID_UINT128> bidPrices, bidQuantities, bidNotionals;
+    std::vector<std::string> priceTexts, quantityTexts, wideTexts;
+    std::vector<Decimal> prices, quantities, notionals, wideLeft, wideRight;
+    std::vector<BID_UINT128> bidPrices, bidQuantities, bidNotionals, bidWideLeft, bidWideRight;
 };
+
+// Wide operands: 25 to 34 significant digits at exponents from 10^-30 to 10^10, so an addition
+// must align mantissas far apart (and often round).
+std::string wideNumber(std::mt19937_64& rng) {
+    const int digits = std::uniform_int_distribution<int>(25, 34)(rng);
+    std::string text = std::to_string(std::uniform_int_distribution<int>(1, 9)(rng));
+    for (int i = 1; i < digits; ++i) text += static_cast<char>('0' + std::uniform_int_distribution<int>(0, 9)(rng));
+    return text + "e" + std::to_string(std::uniform_int_distribution<int>(-30, 10)(rng));
+}
 
 // Prices such as 187.34, 0.0042 or 4210.5; quantities such as 12.5, 100 or 0.125.
 std::string randomNumber(std::mt19937_64& rng, int maxWhole, int minPlaces, int maxPlaces) {
@@ -70,6 +79,14 @@ const Operands& operands() {
             o.bidPrices.push_back(bidFromText(o.priceTexts[i]));
             o.bidQuantities.push_back(bidFromText(o.quantityTexts[i]));
             o.bidNotionals.push_back(bidFromText(o.notionals[i].toStdString()));
+        }
+        for (std::size_t i = 0; i < operandCount; ++i) {
+            o.wideTexts.push_back(wideNumber(rng));
+            const std::string other = wideNumber(rng);
+            o.wideLeft.push_back(*Decimal::parse(o.wideTexts[i]));
+            o.wideRight.push_back(*Decimal::parse(other));
+            o.bidWideLeft.push_back(bidFromText(o.wideTexts[i]));
+            o.bidWideRight.push_back(bidFromText(other));
         }
         return o;
     }();
@@ -181,6 +198,46 @@ void bidFormat(benchmark::State& state) {
     });
 }
 
+void decimalAddWide(benchmark::State& state) {
+    const auto& o = operands();
+    run(state, [&](std::size_t i) { benchmark::DoNotOptimize(o.wideLeft[i] + o.wideRight[i]); });
+}
+void bidAddWide(benchmark::State& state) {
+    const auto& o = operands();
+    run(state, [&](std::size_t i) {
+        _IDEC_flags flags = 0;
+        benchmark::DoNotOptimize(bid128_add(o.bidWideLeft[i], o.bidWideRight[i], BID_ROUNDING_TO_NEAREST, &flags));
+    });
+}
+
+void decimalParseWide(benchmark::State& state) {
+    const auto& o = operands();
+    run(state, [&](std::size_t i) { benchmark::DoNotOptimize(Decimal::parse(std::string_view(o.wideTexts[i]))); });
+}
+void bidParseWide(benchmark::State& state) {
+    auto texts = operands().wideTexts;
+    run(state, [&](std::size_t i) {
+        _IDEC_flags flags = 0;
+        benchmark::DoNotOptimize(bid128_from_string(texts[i].data(), BID_ROUNDING_TO_NEAREST, &flags));
+    });
+}
+
+// A price as the screens show one, rather than a product of price and quantity.
+void decimalFormatPrice(benchmark::State& state) {
+    const auto& o = operands();
+    run(state, [&](std::size_t i) { benchmark::DoNotOptimize(o.prices[i].toStdString()); });
+}
+void bidFormatPrice(benchmark::State& state) {
+    const auto& o = operands();
+    std::array<char, 64> buffer{};
+    run(state, [&](std::size_t i) {
+        _IDEC_flags flags = 0;
+        bid128_to_string(buffer.data(), o.bidPrices[i], &flags);
+        benchmark::DoNotOptimize(buffer.data());
+        benchmark::ClobberMemory();
+    });
+}
+
 }  // namespace
 
 BENCHMARK(decimalAdd);
@@ -197,5 +254,11 @@ BENCHMARK(decimalParse);
 BENCHMARK(bidParse);
 BENCHMARK(decimalFormat);
 BENCHMARK(bidFormat);
+BENCHMARK(decimalAddWide);
+BENCHMARK(bidAddWide);
+BENCHMARK(decimalParseWide);
+BENCHMARK(bidParseWide);
+BENCHMARK(decimalFormatPrice);
+BENCHMARK(bidFormatPrice);
 
 BENCHMARK_MAIN();

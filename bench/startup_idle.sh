@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Whole-program figures for the practice account with a 20-symbol watchlist:
-#   - time from process start to the first painted main window;
-#   - resident memory and CPU use while the window sits idle for a minute.
+#   - time from process start to the first painted main window, beside the same for an empty Qt
+#     main window of the same size (bench/reference/EmptyWindow.cpp), measured in the same run;
+#   - resident memory and CPU use while the window sits idle for a minute, beside the empty
+#     window's.
 # Runs the Release build under a virtual X display with throw-away settings and data folders, so
 # the user's own state is neither read nor touched.
 #
@@ -13,10 +15,13 @@ idle=${2:-60}
 
 cmake --preset release >/dev/null
 cmake --build --preset release --target Tavix >/dev/null
-app=$PWD/build/release/Tavix/Tavix
+tavix=$PWD/build/release/Tavix/Tavix
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+reference=$scratch/EmptyWindow
+# shellcheck disable=SC2046
+g++ -std=c++20 -O2 -fPIC bench/reference/EmptyWindow.cpp -o "$reference" $(pkg-config --cflags --libs Qt6Widgets)
 export HOME=$scratch/home XDG_CONFIG_HOME=$scratch/config XDG_DATA_HOME=$scratch/data
 export XDG_RUNTIME_DIR=$scratch/runtime
 mkdir -p "$HOME" "$XDG_CONFIG_HOME" "$XDG_DATA_HOME" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
@@ -55,10 +60,14 @@ measure() {
     wait "$pid" 2>/dev/null || true
 }
 
-echo "first run (fresh ledger, cold caches), then $runs runs:"
-xvfb-run -a -s "-screen 0 1400x900x24" bash -c "$(declare -f measure); $(declare -p app scratch idle clock_ticks); idle=0 measure"
-for _ in $(seq 1 "$runs"); do
-    xvfb-run -a -s "-screen 0 1400x900x24" bash -c "$(declare -f measure); $(declare -p app scratch idle clock_ticks); idle=0 measure"
+run_under_x() {  # app idle
+    app=$1 idle=$2 xvfb-run -a -s "-screen 0 1400x900x24" \
+        bash -c "$(declare -f measure); $(declare -p scratch clock_ticks); app=$1 idle=$2 measure"
+}
+for app in "$tavix" "$reference"; do
+    echo "== $(basename "$app"): first run (cold caches), then $runs runs:"
+    run_under_x "$app" 0
+    for _ in $(seq 1 "$runs"); do run_under_x "$app" 0; done
+    echo "idle:"
+    run_under_x "$app" "$idle"
 done
-echo "idle:"
-xvfb-run -a -s "-screen 0 1400x900x24" bash -c "$(declare -f measure); $(declare -p app scratch idle clock_ticks); measure"
