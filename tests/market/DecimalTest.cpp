@@ -18,6 +18,8 @@ using namespace tavix::test;
 
 namespace {
 
+using Rounding = Decimal::Rounding;
+
 Decimal dec(std::string_view text) {
     auto d = Decimal::parse(text);
     if (!d) throw std::invalid_argument("test value does not parse: " + std::string(text));
