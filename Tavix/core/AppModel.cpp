@@ -6,6 +6,7 @@
 #include "core/KeychainWords.h"
 #include "core/ModelLog.h"
 #include "core/Pacer.h"
+#include "market/SymbolShape.h"
 #include "practice/MockBroker.h"
 
 #include <QPointer>
@@ -67,10 +68,32 @@ void AppModel::readSaved() {
     rideWatches_ = Session::rideWatches();
     contractWatches_ = Session::contractWatches();
     watchlist_ = Session::watchlist().value_or(defaultWatchlist());
-    selectedSymbol_ = Session::developerText(QStringLiteral("tavixOpenSymbol")).value_or(watchlist_.value(0));
+    dropMisshapenSymbols();
+    // The symbol and interval the chart showed last time, when they still make sense.
+    const auto opened = Session::developerText(QStringLiteral("tavixOpenSymbol"));
+    const auto chosen = Session::selectedSymbol().value_or(QString());
+    const bool chosenFits = SymbolShape::isSymbol(chosen) && (watchlist_.isEmpty() || watchlist_.contains(chosen));
+    selectedSymbol_ = opened ? *opened : chosenFits ? chosen : watchlist_.value(0);
+    chartInterval_ = Session::chartInterval().value_or(chartInterval_);
     // Opens in the one mode that is switched on when only one is.
     const ViewChoice view = Session::viewChoice();
     if (!view.easyMode && view.expertMode) mode_ = Mode::expert;
+}
+
+void AppModel::dropMisshapenSymbols() {
+    QStringList kept, dropped;
+    for (const QString& symbol : watchlist_) {
+        (SymbolShape::isSymbol(symbol) ? kept : dropped) << symbol;
+    }
+    if (dropped.isEmpty()) return;
+    watchlist_ = kept;
+    Session::setWatchlist(kept);
+    QStringList shown;
+    for (const QString& symbol : dropped) shown << SymbolShape::shortened(symbol);
+    const QString what = dropped.size() == 1 ? QStringLiteral("it isn't") : QStringLiteral("they aren't");
+    droppedSymbols_ = QStringLiteral("Tavix took ") + shown.join(QStringLiteral(", ")) +
+                      QStringLiteral(" off your watchlist: ") + what + QStringLiteral(" a symbol it can look up.");
+    banner_ = droppedSymbols_;
 }
 
 std::shared_ptr<MockBroker> AppModel::makePractice() {
@@ -103,6 +126,8 @@ QCoro::Task<void> AppModel::bootstrap() {
         setBanner(start.banner);
     } else if (practice_ && broker_ == practice_ && practice_->notice()) {
         setBanner(practice_->notice());  // the saved practice ledger could not be read
+    } else if (droppedSymbols_) {
+        setBanner(droppedSymbols_);  // opening the account cleared it
     }
     startBackground();
 }

@@ -96,6 +96,7 @@ public:
         selectedSymbol,
         chartInterval,
         candles,
+        chartProblem,
         banner,
         rideWatches,
         contractWatches,
@@ -180,6 +181,8 @@ public:
     // --- chart ----------------------------------------------------------------------------------
     // Selects another symbol: fresh candles are loaded for it.
     void switchTo(const QString& symbol);
+    // Nothing selected: the chart is empty (the watchlist emptied).
+    void clearSelection();
     void setChartInterval(CandleInterval interval);
     QCoro::Task<void> loadChart();
 
@@ -210,6 +213,8 @@ public:
     const QString& selectedSymbol() const { return selectedSymbol_; }
     CandleInterval chartInterval() const { return chartInterval_; }
     const std::vector<Candle>& candles() const { return candles_; }
+    // Why the chart could not be loaded, until the next load or symbol.
+    const std::optional<QString>& chartProblem() const { return chartProblem_; }
     const std::optional<QString>& banner() const { return banner_; }
     void setBanner(std::optional<QString> banner);
     const Json::Array& rideWatches() const { return rideWatches_; }
@@ -268,6 +273,8 @@ private:
     };
     void registerBrokers();
     void readSaved();
+    // Takes saved symbols that are no symbol at all off the watchlist, telling which in the banner.
+    void dropMisshapenSymbols();
     QCoro::Task<Start> startingBroker();
     std::shared_ptr<MockBroker> makePractice();
     void beginOpening();
@@ -341,6 +348,7 @@ private:
     QString selectedSymbol_;
     CandleInterval chartInterval_ = CandleInterval::fiveMinute;
     std::vector<Candle> candles_;
+    std::optional<QString> chartProblem_;
     std::optional<Date> candlesReadAt_;
     std::optional<QString> banner_;
     Json::Array rideWatches_;
@@ -362,6 +370,8 @@ private:
 
     // The keys the Alpaca factory builds with; set by attach before it asks the registry.
     std::optional<AlpacaCredentials> alpacaKeys_;
+    // What was taken off the saved watchlist at start, told once the account is open.
+    std::optional<QString> droppedSymbols_;
     // The banner a failed read set, cleared by the next good read.
     std::optional<QString> readProblem_;
     std::optional<QString> quoteProblem_;

@@ -1,5 +1,6 @@
 #include "core/AppModel.h"
 
+#include "core/ChartTail.h"
 #include "core/ModelLog.h"
 #include "core/Pacer.h"
 
@@ -146,6 +147,10 @@ void AppModel::take(const std::map<QString, Quote>& read) {
         if (held != quotes_.end() && held->second == quote) continue;
         quotes_.insert_or_assign(symbol, quote);
         any = true;
+        // The chart's newest bar moves with every poll, not only with each chart read.
+        if (symbol == selectedSymbol_ && ChartTail::follow(candles_, quote, chartInterval_)) {
+            Q_EMIT changed(Field::candles);
+        }
     }
     if (any) Q_EMIT changed(Field::quotes);
 }

@@ -46,16 +46,29 @@ void AppModel::switchTo(const QString& symbol) {
     // Choosing the symbol already shown keeps its chart, unless it has none yet.
     if (wanted == selectedSymbol_ && !candles_.empty()) return;
     write(selectedSymbol_, wanted, Field::selectedSymbol);
+    Session::setSelectedSymbol(wanted);
     write(candles_, std::vector<Candle>(), Field::candles);
+    write(chartProblem_, std::optional<QString>(), Field::chartProblem);
     candlesReadAt_.reset();
     // Runs on by itself; the model is guarded inside it.
     QCoro::Task<void> loading = loadChart();
 }
 
+void AppModel::clearSelection() {
+    write(selectedSymbol_, QString(), Field::selectedSymbol);
+    Session::setSelectedSymbol(QString());
+    write(candles_, std::vector<Candle>(), Field::candles);
+    write(chartProblem_, std::optional<QString>(), Field::chartProblem);
+    candlesReadAt_.reset();
+    ++chartTicket_;  // a load under way is for a symbol no longer shown
+}
+
 void AppModel::setChartInterval(CandleInterval interval) {
     if (interval == chartInterval_) return;
     write(chartInterval_, interval, Field::chartInterval);
+    Session::setChartInterval(interval);
     write(candles_, std::vector<Candle>(), Field::candles);
+    write(chartProblem_, std::optional<QString>(), Field::chartProblem);
     candlesReadAt_.reset();
     QCoro::Task<void> loading = loadChart();
 }
@@ -85,9 +98,12 @@ QCoro::Task<void> AppModel::loadChart() {
         co_return;
     }
     if (problem) {
-        setBanner(problem);
+        // Said on the chart itself, where the user looks for the candles.
+        write(chartProblem_, std::optional<QString>(QStringLiteral("Tavix couldn't load this chart: ") + *problem),
+              Field::chartProblem);
         co_return;
     }
+    write(chartProblem_, std::optional<QString>(), Field::chartProblem);
     write(candles_, std::move(read), Field::candles);
     candlesReadAt_ = environment_.pacer->now();
 }

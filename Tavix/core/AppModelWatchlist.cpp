@@ -3,6 +3,7 @@
 #include "core/ModelLog.h"
 #include "market/CryptoPair.h"
 #include "market/OptionSymbol.h"
+#include "market/SymbolShape.h"
 #include "market/WatchlistSync.h"
 
 #include <QPointer>
@@ -156,6 +157,11 @@ QCoro::Task<void> AppModel::addToWatchlist(QString symbol) {
         complain(emptySentence());
         co_return;
     }
+    // The shape first, on every broker: a ticker, a coin pair or an option symbol.
+    if (!SymbolShape::isSymbol(wanted)) {
+        complain(SymbolShape::refusal(symbol.trimmed().isEmpty() ? watchlistDraft_ : symbol));
+        co_return;
+    }
     if (watchlist_.contains(wanted)) {
         complain(alreadyListedSentence(wanted));
         co_return;
@@ -187,6 +193,8 @@ QCoro::Task<void> AppModel::addToWatchlist(QString symbol) {
     write(watchlistDraft_, QString(), Field::watchlistDraft);
     write(symbolMatches_, std::vector<SymbolMatch>(), Field::symbolMatches);
     write(watchlistError_, std::optional<QString>(), Field::watchlistError);
+    // What was just added is what the user wants to look at.
+    switchTo(wanted);
 
     // Its row shows a price at once rather than at the next quote round.
     if (checked.quote) {
@@ -211,10 +219,21 @@ QCoro::Task<void> AppModel::addToWatchlist(QString symbol) {
 
 void AppModel::removeFromWatchlist(const QString& symbol) {
     const QString gone = canonicalSymbol(symbol);
-    if (!watchlist_.contains(gone)) return;
+    const qsizetype row = watchlist_.indexOf(gone);
+    if (row < 0) return;
     QStringList symbols = watchlist_;
-    symbols.removeAll(gone);
+    symbols.removeAt(row);
+    // The chart moves to the row that takes the removed one's place (or the one above it at the
+    // end), so it never shows a symbol that has left the list.
+    const QString neighbour = symbols.isEmpty() ? QString() : symbols.value(std::min(row, symbols.size() - 1));
     saveWatchlist(std::move(symbols));
+    if (gone == selectedSymbol_) {
+        if (neighbour.isEmpty()) {
+            clearSelection();
+        } else {
+            switchTo(neighbour);
+        }
+    }
     forgetQuoteUnlessQuoted(gone);
     startWatchlistSync();
 }

@@ -435,6 +435,67 @@ void Session::setMidiMap(const Json& map) {
 
 // --- the watchlist ---------------------------------------------------------------------------------
 
+std::optional<QStringList> Session::watchlistColumns(Mode mode) {
+    return readTextList(store(), modeKey("tavix.watchlistColumns.", mode));
+}
+void Session::setWatchlistColumns(const QStringList& columns, Mode mode) {
+    store().setValue(modeKey("tavix.watchlistColumns.", mode), columns);
+}
+
+std::optional<QString> Session::selectedSymbol() {
+    return readText(store(), QStringLiteral("tavix.selectedSymbol"));
+}
+void Session::setSelectedSymbol(const QString& symbol) {
+    store().setValue(QStringLiteral("tavix.selectedSymbol"), symbol);
+}
+
+std::optional<CandleInterval> Session::chartInterval() {
+    return readEnum<CandleInterval>(store(), QStringLiteral("tavix.chartInterval"));
+}
+void Session::setChartInterval(CandleInterval interval) {
+    store().setValue(QStringLiteral("tavix.chartInterval"), enumText(interval));
+}
+
+QByteArray Session::windowGeometry() {
+    const QVariant value = store().value(QStringLiteral("tavix.windowGeometry"));
+    return value.typeId() == QMetaType::QByteArray ? value.toByteArray() : QByteArray();
+}
+void Session::setWindowGeometry(const QByteArray& geometry) {
+    store().setValue(QStringLiteral("tavix.windowGeometry"), geometry);
+}
+
+std::map<QString, QList<int>> Session::splitters() {
+    std::map<QString, QList<int>> sizes;
+    const Json saved = readObject(store(), QStringLiteral("tavix.splitters"));
+    for (const auto& [name, list] : saved.members()) {
+        if (!list.isArray()) continue;
+        QList<int> pixels;
+        for (const Json& item : list.items()) {
+            if (!item.isNumber()) break;
+            try {
+                const long long value = item.toInt64();
+                if (value < 0 || value > 100000) break;
+                pixels << static_cast<int>(value);
+            } catch (const JsonError&) {
+                break;
+            }
+        }
+        if (pixels.size() == static_cast<qsizetype>(list.items().size())) {
+            sizes[QString::fromStdString(name)] = pixels;
+        }
+    }
+    return sizes;
+}
+void Session::setSplitters(const std::map<QString, QList<int>>& sizes) {
+    Json object = Json::object();
+    for (const auto& [name, pixels] : sizes) {
+        Json::Array list;
+        for (const int value : pixels) list.emplace_back(value);
+        object.set(name.toStdString(), Json(std::move(list)));
+    }
+    writeJson(store(), QStringLiteral("tavix.splitters"), object);
+}
+
 std::optional<QStringList> Session::watchlist() {
     return readTextList(store(), watchlistKey);
 }

@@ -7,9 +7,12 @@
 #include "market/Json.h"
 #include "market/SafetyLimits.h"
 
+#include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -142,6 +145,24 @@ public:
     static void setSort(WatchlistSort sort, Mode mode);
     static bool sortReversed(Mode mode);
     static void setSortReversed(bool reversed, Mode mode);
+
+    // Which columns the watchlist shows in a mode, by name; "tavix.watchlistColumns.<mode>".
+    static std::optional<QStringList> watchlistColumns(Mode mode);
+    static void setWatchlistColumns(const QStringList& columns, Mode mode);
+
+    // --- the window -----------------------------------------------------------------------------
+    // The symbol on the chart ("tavix.selectedSymbol") and its interval by name
+    // ("tavix.chartInterval").
+    static std::optional<QString> selectedSymbol();
+    static void setSelectedSymbol(const QString& symbol);
+    static std::optional<CandleInterval> chartInterval();
+    static void setChartInterval(CandleInterval interval);
+    // The main window's place and size, as Qt saves it ("tavix.windowGeometry").
+    static QByteArray windowGeometry();
+    static void setWindowGeometry(const QByteArray& geometry);
+    // Each splitter's sizes by its name, as a JSON object of lists of pixels ("tavix.splitters").
+    static std::map<QString, QList<int>> splitters();
+    static void setSplitters(const std::map<QString, QList<int>>& sizes);
 
     // --- view, sounds, notices ------------------------------------------------------------------
     static std::optional<bool> chartNow();

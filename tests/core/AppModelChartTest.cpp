@@ -63,5 +63,20 @@ TEST_F(AppModelChartTest, StaleReadsAreDropped) {
     EXPECT_TRUE(chartAt(120));
 }
 
+// A chart that could not be read says so on the chart, and the next good read clears it.
+TEST_F(AppModelChartTest, AFailedLoadIsToldOnTheChartUntilTheNextRead) {
+    AppModel& m = startPinned();
+    practice->candleError = MockBroker::timedOut();
+    m.switchTo(QStringLiteral("NVDA"));
+    ASSERT_TRUE(eventually([&] { return m.chartProblem().has_value(); }));
+    EXPECT_EQ(*m.chartProblem(),
+              QStringLiteral("Tavix couldn't load this chart: ") + MockBroker::timedOut().description());
+    EXPECT_TRUE(m.candles().empty());
+    practice->candleError.reset();
+    m.setChartInterval(CandleInterval::oneMinute);
+    EXPECT_EQ(m.chartProblem(), std::nullopt);
+    ASSERT_TRUE(eventually([&] { return chartAt(200); }));
+}
+
 }  // namespace
 }  // namespace tavix::test

@@ -30,6 +30,7 @@ public:
     }
     QCoro::Task<std::vector<Candle>> candles(QString symbol, CandleInterval interval, DateRange range) override {
         co_await candleReads.pass();
+        if (candleError) throw *candleError;
         std::vector<Candle> read = co_await MockBroker::candles(std::move(symbol), interval, range);
         co_return read;
     }
@@ -64,6 +65,7 @@ public:
     int listReadCount = 0;
     std::optional<BrokerError> readError;
     std::optional<BrokerError> searchError;
+    std::optional<BrokerError> candleError;
     int quoteReads = 0;
     std::optional<QStringList> ownList;  // none: the broker keeps no list
     QStringList refusedByList;

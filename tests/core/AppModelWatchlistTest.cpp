@@ -45,6 +45,82 @@ TEST_F(AppModelWatchlistTest, AddChecksEachComplaintInTurnAndKeepsTheDraft) {
     EXPECT_EQ(Session::watchlist(), list({"AAPL", "MSFT"}));
 }
 
+// Text that is no symbol at all is refused in words before any broker is asked, and never lands
+// in the list or the saved state.
+TEST_F(AppModelWatchlistTest, TextOfNoSymbolShapeIsRefusedBeforeTheBrokerIsAsked) {
+    AppModel& m = startWith(list({"AAPL"}));
+    const int quotesBefore = practice->quoteReads;
+    const QString longText(300, u'A');
+    for (const QString& typed : {QStringLiteral("123$$"), longText, QStringLiteral("AAPL MSFT"),
+                                 QStringLiteral("BTC/"), QStringLiteral("1ABC"), QStringLiteral("ABCDEFGHIJK")}) {
+        m.setWatchlistDraft(typed);
+        await(m.addToWatchlist());
+        ASSERT_TRUE(m.watchlistError()) << typed.toStdString();
+        EXPECT_TRUE(m.watchlistError()->endsWith(
+            QStringLiteral(" isn't a symbol. Type a ticker such as AAPL, a coin pair such as BTC/USD, or an "
+                           "option symbol such as AAPL260320C00200000.")));
+        EXPECT_LT(m.watchlistError()->size(), 160) << "the typed text is quoted short";
+    }
+    EXPECT_EQ(practice->quoteReads, quotesBefore);
+    EXPECT_EQ(m.watchlist(), list({"AAPL"}));
+    EXPECT_EQ(Session::watchlist(), list({"AAPL"}));
+
+    // Every real shape still goes through, and what was added is what the chart shows.
+    for (const char* symbol : {"BRK.B", "eth/usd", "MSFT"}) {
+        await(m.addToWatchlist(QString::fromLatin1(symbol)));
+        EXPECT_EQ(m.watchlistError(), std::nullopt) << symbol;
+        EXPECT_EQ(m.selectedSymbol(), m.watchlist().back());
+    }
+    EXPECT_EQ(m.watchlist(), list({"AAPL", "BRK.B", "ETH/USD", "MSFT"}));
+}
+
+TEST_F(AppModelWatchlistTest, SavedTextOfNoSymbolShapeIsDroppedWithABanner) {
+    AppModel& m = startWith(list({"AAPL", "123$$", "MSFT", QString(300, u'X').toLatin1().constData()}));
+    EXPECT_EQ(m.watchlist(), list({"AAPL", "MSFT"}));
+    EXPECT_EQ(Session::watchlist(), list({"AAPL", "MSFT"}));
+    ASSERT_TRUE(m.banner());
+    EXPECT_TRUE(m.banner()->startsWith(QStringLiteral("Tavix took 123$$, XXXXXXXXXXXXXXXXXXXXXXX")));
+    EXPECT_TRUE(m.banner()->endsWith(QStringLiteral(" off your watchlist: they aren't a symbol it can look up.")));
+}
+
+// Removing the symbol on the chart moves the chart to the row that takes its place, or the one
+// above it at the end; an empty list leaves nothing selected.
+TEST_F(AppModelWatchlistTest, RemovingTheSelectedSymbolSelectsItsNeighbour) {
+    AppModel& m = startWith(list({"AAPL", "MSFT", "NVDA"}));
+    m.switchTo(QStringLiteral("MSFT"));
+    m.removeFromWatchlist(QStringLiteral("MSFT"));
+    EXPECT_EQ(m.selectedSymbol(), QStringLiteral("NVDA"));
+    m.removeFromWatchlist(QStringLiteral("NVDA"));
+    EXPECT_EQ(m.selectedSymbol(), QStringLiteral("AAPL"));
+    // Removing another row leaves the chart alone.
+    await(m.addToWatchlist(QStringLiteral("SPY")));
+    m.switchTo(QStringLiteral("AAPL"));
+    m.removeFromWatchlist(QStringLiteral("SPY"));
+    EXPECT_EQ(m.selectedSymbol(), QStringLiteral("AAPL"));
+    m.removeFromWatchlist(QStringLiteral("AAPL"));
+    EXPECT_EQ(m.selectedSymbol(), QString());
+    EXPECT_TRUE(m.candles().empty());
+}
+
+// The chart's symbol and interval come back after a restart; saved ones that no longer fit fall
+// back quietly.
+TEST_F(AppModelWatchlistTest, TheChartsSymbolAndIntervalSurviveARestart) {
+    AppModel& m = startWith(list({"AAPL", "MSFT", "NVDA"}));
+    m.switchTo(QStringLiteral("NVDA"));
+    m.setChartInterval(CandleInterval::hourly);
+    model.reset();
+    AppModel& again = started();
+    EXPECT_EQ(again.selectedSymbol(), QStringLiteral("NVDA"));
+    EXPECT_EQ(again.chartInterval(), CandleInterval::hourly);
+
+    model.reset();
+    Session::store().setValue(QStringLiteral("tavix.selectedSymbol"), QStringLiteral("GONE"));
+    Session::store().setValue(QStringLiteral("tavix.chartInterval"), QStringLiteral("fortnightly"));
+    AppModel& fallen = started();
+    EXPECT_EQ(fallen.selectedSymbol(), QStringLiteral("AAPL"));
+    EXPECT_EQ(fallen.chartInterval(), CandleInterval::fiveMinute);
+}
+
 TEST_F(AppModelWatchlistTest, SyncMergesWithTheBaseOfThisAccountOnly) {
     // The broker kept no list at start, so nothing was agreed yet.
     AppModel& m = startWith(list({"AAPL", "MSFT", "NVDA"}));
