@@ -1,6 +1,7 @@
 #include "core/AppModel.h"
 
 #include "core/ChartTail.h"
+#include "core/ProblemWords.h"
 #include "core/ModelLog.h"
 #include "core/Pacer.h"
 
@@ -134,7 +135,7 @@ QCoro::Task<void> AppModel::readQuotes() {
     } catch (const BrokerError& error) {
         if (!self || generation != accountGeneration_) co_return;
         logModelWarning(QStringLiteral("quote read failed: ") + error.description());
-        quoteProblem_ = error.description();
+        quoteProblem_ = problemWords(error, brokerName_);
         // An account read's problem says more; it is not covered over.
         if (!readProblem_) setBanner(quoteProblem_);
     }
@@ -160,7 +161,7 @@ void AppModel::noteReadFailure(const BrokerError& error) {
     lastMiss_ = environment_.pacer->now();
     logModelWarning(QStringLiteral("account read failed: ") + error.description());
     write(linkShaky_, true, Field::linkShaky);
-    readProblem_ = error.description();
+    readProblem_ = problemWords(error, brokerName_);
     setBanner(readProblem_);
     write(isConnected_, false, Field::isConnected);
     // Without an account the next account-loop round connects again.

@@ -3,6 +3,7 @@
 #include "core/AlpacaKeys.h"
 #include "core/KeychainWords.h"
 #include "core/ModelLog.h"
+#include "core/ProblemWords.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -91,7 +92,7 @@ QCoro::Task<std::optional<QString>> AppModel::connectAlpaca(QString key, QString
                       ? QStringLiteral(
                             "Alpaca's paper side didn't accept those. Check they're the paper keys, "
                             "copied whole.")
-                      : error.description();
+                      : problemWords(error, QStringLiteral("Alpaca"));
     }
     if (!self) co_return problem;
     // The answer resumed this inside the reply's signal: the probe goes once that returns.

@@ -1,6 +1,7 @@
 #include "core/AppModel.h"
 
 #include "core/Pacer.h"
+#include "core/ProblemWords.h"
 
 #include <QPointer>
 
@@ -89,7 +90,7 @@ QCoro::Task<void> AppModel::loadChart() {
     try {
         read = co_await broker->candles(symbol, interval, range);
     } catch (const BrokerError& error) {
-        problem = error.description();
+        problem = problemWords(error, broker->displayName());
     }
     if (!self) co_return;
     // Candles for another symbol, interval or account, or overtaken by a newer load, are dropped.

@@ -64,6 +64,11 @@ TEST_F(AppModelAlpacaTest, KeysAreRefusedInOrderSaveNothingAndALiveKeyNeverLeave
     ASSERT_TRUE(other);
     EXPECT_NE(*other, refused);
     EXPECT_TRUE(other->contains(QStringLiteral("internal server error"))) << other->toStdString();
+    // An Alpaca that can't be reached at all is named, with what to check, not the network's words.
+    alpacaFake->drop(test::FakeAlpaca::on("GET", QStringLiteral("/v2/account")), -1);
+    EXPECT_EQ(connect(alpacaFake->key, alpacaFake->secret),
+              QStringLiteral("Tavix can't reach Alpaca right now. Check your internet connection; Tavix keeps "
+                             "trying on its own."));
 
     EXPECT_TRUE(m.alpacaProfiles().empty());
     EXPECT_TRUE(keychain.items().empty());
