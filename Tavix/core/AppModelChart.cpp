@@ -100,7 +100,7 @@ QCoro::Task<void> AppModel::loadChart() {
     }
     if (problem) {
         // Said on the chart itself, where the user looks for the candles.
-        write(chartProblem_, std::optional<QString>(QStringLiteral("Tavix couldn't load this chart: ") + *problem),
+        write(chartProblem_, std::optional<QString>(QStringLiteral("Tavix couldn't load this chart. ") + *problem),
               Field::chartProblem);
         co_return;
     }

@@ -69,8 +69,8 @@ TEST_F(AppModelChartTest, AFailedLoadIsToldOnTheChartUntilTheNextRead) {
     practice->candleError = MockBroker::timedOut();
     m.switchTo(QStringLiteral("NVDA"));
     ASSERT_TRUE(eventually([&] { return m.chartProblem().has_value(); }));
-    EXPECT_EQ(*m.chartProblem(),
-              QStringLiteral("Tavix couldn't load this chart: ") + MockBroker::timedOut().description());
+    EXPECT_EQ(*m.chartProblem(), QStringLiteral("Tavix couldn't load this chart. Tavix can't reach Practice right "
+                                                "now. Check your internet connection; Tavix keeps trying on its own."));
     EXPECT_TRUE(m.candles().empty());
     practice->candleError.reset();
     m.setChartInterval(CandleInterval::oneMinute);
