@@ -78,6 +78,8 @@ void AppModel::readSaved() {
     // Opens in the one mode that is switched on when only one is.
     const ViewChoice view = Session::viewChoice();
     if (!view.easyMode && view.expertMode) mode_ = Mode::expert;
+    watchlistSort_ = Session::sort(mode_).value_or(WatchlistSort::added);
+    sortReversed_ = Session::sortReversed(mode_);
 }
 
 void AppModel::dropMisshapenSymbols() {
@@ -242,7 +244,15 @@ void AppModel::clearAccountState() {
 }
 
 void AppModel::setMode(Mode mode) {
+    if (mode == mode_) return;
     write(mode_, mode, Field::mode);
+    // Each mode keeps its own sort.
+    const auto sort = Session::sort(mode).value_or(WatchlistSort::added);
+    const bool reversed = Session::sortReversed(mode);
+    if (sort == watchlistSort_ && reversed == sortReversed_) return;
+    watchlistSort_ = sort;
+    sortReversed_ = reversed;
+    Q_EMIT changed(Field::watchlistSort);
 }
 
 void AppModel::setLimits(const SafetyLimits& limits) {

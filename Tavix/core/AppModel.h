@@ -89,6 +89,7 @@ public:
         positions,
         orders,
         watchlist,
+        watchlistSort,
         watchlistDraft,
         watchlistError,
         symbolMatches,
@@ -173,6 +174,10 @@ public:
     QCoro::Task<void> addToWatchlist(QString symbol = {});
     void removeFromWatchlist(const QString& symbol);
     void moveInWatchlist(const QString& symbol, int toIndex);
+    // How the watchlist is shown in this mode; saved per mode.
+    WatchlistSort watchlistSort() const { return watchlistSort_; }
+    bool sortReversed() const { return sortReversed_; }
+    void setWatchlistSort(WatchlistSort sort, bool reversed);
     // Brings the watchlist and the broker's own list together.
     QCoro::Task<void> syncWatchlist();
     // The symbols whose quotes the loops read: the watchlist, the positions and the selected one.
@@ -341,6 +346,8 @@ private:
     std::vector<Order> orders_;
     std::set<QString> settledOrders_;
     QStringList watchlist_;
+    WatchlistSort watchlistSort_ = WatchlistSort::added;
+    bool sortReversed_ = false;
     QString watchlistDraft_;
     std::optional<QString> watchlistError_;
     std::vector<SymbolMatch> symbolMatches_;

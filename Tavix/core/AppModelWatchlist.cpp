@@ -250,6 +250,15 @@ void AppModel::moveInWatchlist(const QString& symbol, int toIndex) {
     startWatchlistSync();
 }
 
+void AppModel::setWatchlistSort(WatchlistSort sort, bool reversed) {
+    if (sort == watchlistSort_ && reversed == sortReversed_) return;
+    Session::setSort(sort, mode_);
+    Session::setSortReversed(reversed, mode_);
+    watchlistSort_ = sort;
+    sortReversed_ = reversed;
+    Q_EMIT changed(Field::watchlistSort);
+}
+
 void AppModel::forgetQuoteUnlessQuoted(const QString& symbol) {
     if (quotedSymbols().contains(symbol)) return;
     if (quotes_.erase(symbol) > 0) Q_EMIT changed(Field::quotes);

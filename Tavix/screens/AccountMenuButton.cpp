@@ -15,6 +15,7 @@ AccountMenuButton::AccountMenuButton(AppModel& model, QWidget* parent)
     setText(QStringLiteral("Accounts"));
     setToolTip(QStringLiteral("Switch account or add one"));
     setPopupMode(QToolButton::InstantPopup);
+    setFocusPolicy(Qt::StrongFocus);
     setMenu(menu_);
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
         switch (field) {

@@ -41,6 +41,7 @@ ChartPanel::ChartPanel(AppModel& model, QWidget* parent)
     top->setSpacing(4);
     title_->setObjectName(QStringLiteral("chartTitle"));
     title_->setTextFormat(Qt::PlainText);
+    title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long name never widens it
     top->addWidget(title_);
     top->addStretch(1);
     intervals_->setExclusive(true);
@@ -50,6 +51,7 @@ ChartPanel::ChartPanel(AppModel& model, QWidget* parent)
         button->setObjectName(QStringLiteral("interval-") + button->text());
         button->setCheckable(true);
         button->setAutoRaise(false);
+        button->setFocusPolicy(Qt::StrongFocus);
         intervals_->addButton(button, static_cast<int>(i));
         top->addWidget(button);
     }
@@ -66,6 +68,12 @@ ChartPanel::ChartPanel(AppModel& model, QWidget* parent)
     });
     showTitle();
     showInterval();
+}
+
+QList<QAbstractButton*> ChartPanel::intervalButtons() const {
+    QList<QAbstractButton*> buttons;
+    for (std::size_t i = 0; i < choices.size(); ++i) buttons << intervals_->button(static_cast<int>(i));
+    return buttons;
 }
 
 void ChartPanel::showTitle() {

@@ -6,6 +6,7 @@
 
 #include <map>
 
+class QAbstractButton;
 class QButtonGroup;
 class QLabel;
 
@@ -23,6 +24,8 @@ public:
     explicit ChartPanel(AppModel& model, QWidget* parent = nullptr);
 
     ChartView* view() const { return view_; }
+    // The interval buttons, in order: 1m, 5m, 15m, 1h, 1D.
+    QList<QAbstractButton*> intervalButtons() const;
 
 private:
     void showTitle();

@@ -11,10 +11,19 @@
 #include "screens/PositionsTableModel.h"
 #include "screens/TableStyle.h"
 #include "screens/Theme.h"
+#include "screens/ChartView.h"
+#include "screens/Shortcuts.h"
 #include "screens/WatchlistPanel.h"
+#include "screens/WatchlistView.h"
+#include "screens/WindowMemory.h"
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
 #include <QSplitter>
 #include <QTabBar>
 #include <QTabWidget>
@@ -32,7 +41,17 @@ QTableView* recordTable(QAbstractItemModel* model, const char* name) {
     table->setObjectName(QString::fromLatin1(name));
     table->setModel(model);
     styleTable(*table);
+    table->setTabKeyNavigation(false);  // Tab goes on to the next pane
+    table->setTextElideMode(Qt::ElideRight);
     return table;
+}
+
+// Whether a key press is the start of a symbol typed where no text box listens: a letter with no
+// modifier but Shift.
+bool startsASymbol(const QKeyEvent& key) {
+    const QString text = key.text();
+    if (text.size() != 1 || !text.at(0).isLetter() || text.at(0).unicode() > 0x7F) return false;
+    return (key.modifiers() & ~Qt::ShiftModifier & ~Qt::KeypadModifier) == Qt::NoModifier;
 }
 
 }  // namespace
@@ -71,23 +90,32 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
                   QStringLiteral("Positions"));
     tabs_->addTab(recordTable(new OrdersTableModel(model, this), "orders"), QStringLiteral("Orders"));
 
-    auto* right = new QSplitter(Qt::Vertical);
-    right->setObjectName(QStringLiteral("rightSplit"));
-    right->setChildrenCollapsible(false);
-    right->addWidget(chart_);
-    right->addWidget(tabs_);
-    right->setStretchFactor(0, 3);
-    right->setStretchFactor(1, 2);
+    rightSplit_ = new QSplitter(Qt::Vertical);
+    rightSplit_->setObjectName(QStringLiteral("rightSplit"));
+    rightSplit_->setChildrenCollapsible(false);
+    rightSplit_->addWidget(chart_);
+    rightSplit_->addWidget(tabs_);
+    rightSplit_->setStretchFactor(0, 3);
+    rightSplit_->setStretchFactor(1, 2);
 
-    auto* split = new QSplitter(Qt::Horizontal);
-    split->setObjectName(QStringLiteral("mainSplit"));
-    split->setChildrenCollapsible(false);
-    split->addWidget(watchlist_);
-    split->addWidget(right);
-    split->setStretchFactor(0, 2);
-    split->setStretchFactor(1, 3);
-    layout->addWidget(split, 1);
+    mainSplit_ = new QSplitter(Qt::Horizontal);
+    mainSplit_->setObjectName(QStringLiteral("mainSplit"));
+    mainSplit_->setChildrenCollapsible(false);
+    mainSplit_->addWidget(watchlist_);
+    mainSplit_->addWidget(rightSplit_);
+    mainSplit_->setStretchFactor(0, 2);
+    mainSplit_->setStretchFactor(1, 3);
+    layout->addWidget(mainSplit_, 1);
     setCentralWidget(central);
+    // Small enough for a laptop beside another window; large enough that the watchlist shows whole
+    // symbols and the chart its price axis.
+    setMinimumSize(880, 560);
+
+    buildMenus();
+    chainPanes();
+    memory_ = std::make_unique<WindowMemory>(*this, QList<QSplitter*>{mainSplit_, rightSplit_});
+    memory_->restore();
+    qApp->installEventFilter(this);
 
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
         if (field == AppModel::Field::banner) showBanner();
@@ -101,7 +129,75 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
     if (model_.addingAlpacaAccount()) showAlpacaForm();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow() {
+    qApp->removeEventFilter(this);
+}
+
+void MainWindow::buildMenus() {
+    QMenuBar* bar = menuBar();
+    QMenu* file = bar->addMenu(QStringLiteral("&File"));
+    QAction* quit = file->addAction(QStringLiteral("&Quit Tavix"));
+    quit->setShortcut(Shortcuts::quit());
+    quit->setMenuRole(QAction::QuitRole);
+    QObject::connect(quit, &QAction::triggered, this, &QWidget::close);
+
+    QMenu* view = bar->addMenu(QStringLiteral("&View"));
+    QAction* find = view->addAction(QStringLiteral("Find or Add a Symbol"));
+    find->setShortcut(Shortcuts::findSymbol());
+    QObject::connect(find, &QAction::triggered, this, [this] { watchlist_->startTyping(QString()); });
+    QAction* next = view->addAction(QStringLiteral("Next Symbol"));
+    next->setObjectName(QStringLiteral("action-nextSymbol"));
+    next->setShortcut(Shortcuts::nextSymbol());
+    QObject::connect(next, &QAction::triggered, this, [this] { watchlist_->table()->selectStep(1); });
+    QAction* previous = view->addAction(QStringLiteral("Previous Symbol"));
+    previous->setShortcut(Shortcuts::previousSymbol());
+    QObject::connect(previous, &QAction::triggered, this, [this] { watchlist_->table()->selectStep(-1); });
+    view->addSeparator();
+    const QList<QAbstractButton*> intervals = chart_->intervalButtons();
+    for (int place = 0; place < intervals.size(); ++place) {
+        QAbstractButton* button = intervals.at(place);
+        QAction* choose = view->addAction(QStringLiteral("Chart in ") + button->text() + QStringLiteral(" Bars"));
+        choose->setShortcut(Shortcuts::interval(place));
+        QObject::connect(choose, &QAction::triggered, button, &QAbstractButton::click);
+        button->setToolTip(choose->text() + QStringLiteral(" (") +
+                           choose->shortcut().toString(QKeySequence::NativeText) + u')');
+    }
+
+    // Alpaca keys are added here and from the account menu.
+    QMenu* settings = bar->addMenu(QStringLiteral("&Settings"));
+    QAction* addAlpaca = settings->addAction(QStringLiteral("Add Alpaca Paper Account…"));
+    QObject::connect(addAlpaca, &QAction::triggered, this, [this] { model_.setAddingAlpacaAccount(true); });
+
+    QMenu* help = bar->addMenu(QStringLiteral("&Help"));
+    QAction* keys = help->addAction(QStringLiteral("Keyboard Shortcuts"));
+    keys->setObjectName(QStringLiteral("action-shortcuts"));
+    keys->setShortcut(QKeySequence::HelpContents);
+    QObject::connect(keys, &QAction::triggered, this, [this] { asker_(shortcutsNotice()); });
+}
+
+void MainWindow::chainPanes() {
+    // Pane by pane, left to right and top to bottom; Shift+Tab goes back the same way.
+    QList<QWidget*> order = {watchlist_->addBox(), watchlist_->table(), chart_->view()};
+    for (QAbstractButton* button : chart_->intervalButtons()) order << button;
+    order << tabs_->tabBar() << tabs_->widget(0) << tabs_->widget(1) << header_->accountMenu();
+    for (qsizetype i = 0; i + 1 < order.size(); ++i) QWidget::setTabOrder(order.at(i), order.at(i + 1));
+    QWidget::setTabOrder(order.back(), order.front());
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || !isActiveWindow()) return QMainWindow::eventFilter(watched, event);
+    auto* key = static_cast<QKeyEvent*>(event);
+    // Keys meant for a text box, or for another window (a dialog), are left alone.
+    auto* target = qobject_cast<QWidget*>(watched);
+    QWidget* focused = QApplication::focusWidget();
+    const bool forText = qobject_cast<QLineEdit*>(target) != nullptr || qobject_cast<QLineEdit*>(focused) != nullptr;
+    const bool elsewhere = (target && target->window() != this) || (focused && focused->window() != this);
+    if (!forText && !elsewhere && startsASymbol(*key)) {
+        watchlist_->startTyping(key->text());
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
 
 void MainWindow::setAsker(Asker asker) {
     asker_ = std::move(asker);
@@ -117,6 +213,14 @@ Question MainWindow::quitQuestion(const QString& warning) {
             .informativeText = warning,
             .acceptButton = QStringLiteral("Quit Anyway"),
             .rejectButton = QStringLiteral("Keep Tavix Open")};
+}
+
+Question MainWindow::shortcutsNotice() {
+    return {.title = QStringLiteral("Keyboard Shortcuts"),
+            .text = QStringLiteral("Keyboard Shortcuts"),
+            .informativeText = Shortcuts::listText(),
+            .acceptButton = QStringLiteral("Done"),
+            .rejectButton = QString()};
 }
 
 Question MainWindow::forgetQuestion(const QString& label) {
@@ -165,6 +269,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
             return;
         }
     }
+    memory_->save();
     Session::flush();
     event->accept();
 }

@@ -5,6 +5,8 @@
 #include <QMainWindow>
 #include <QPointer>
 
+#include <memory>
+
 class QLabel;
 class QSplitter;
 class QTabWidget;
@@ -17,6 +19,7 @@ class AlpacaAccountDialog;
 class AppModel;
 class ChartPanel;
 class WatchlistPanel;
+class WindowMemory;
 
 // Tavix's main window: the account header, the one-line banner, then the watchlist on the left
 // and the chart above the positions and orders on the right.
@@ -35,6 +38,8 @@ public:
     static Question quitQuestion(const QString& warning);
     // The question put before an Alpaca account is forgotten.
     static Question forgetQuestion(const QString& label);
+    // The Help menu's list of keyboard shortcuts.
+    static Question shortcutsNotice();
 
     AccountHeader* header() const { return header_; }
     WatchlistPanel* watchlist() const { return watchlist_; }
@@ -44,8 +49,12 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    // Letters typed where no text box has the focus go to the add-a-symbol box.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void buildMenus();
+    void chainPanes();
     void showBanner();
     void showAlpacaForm();
     void askToForget(const QString& slot);
@@ -57,6 +66,9 @@ private:
     WatchlistPanel* watchlist_;
     ChartPanel* chart_;
     QTabWidget* tabs_;
+    QSplitter* mainSplit_;
+    QSplitter* rightSplit_;
+    std::unique_ptr<WindowMemory> memory_;
     QPointer<AlpacaAccountDialog> alpacaForm_;
 };
 

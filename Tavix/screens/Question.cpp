@@ -19,11 +19,13 @@ bool askWithMessageBox(QWidget* parent, const Question& question) {
     } else {
         box.setIconPixmap(icon.pixmap(64, 64));
     }
-    QPushButton* reject = box.addButton(question.rejectButton, QMessageBox::RejectRole);
+    // A notice has one button and nothing to keep as it is.
+    QPushButton* reject =
+        question.rejectButton.isEmpty() ? nullptr : box.addButton(question.rejectButton, QMessageBox::RejectRole);
     QPushButton* accept = box.addButton(question.acceptButton, QMessageBox::AcceptRole);
     // Staying put is the safe answer, so it is what Return and Escape give.
-    box.setDefaultButton(reject);
-    box.setEscapeButton(reject);
+    box.setDefaultButton(reject ? reject : accept);
+    box.setEscapeButton(reject ? reject : accept);
     // A window in the background still gets the question in front of the user.
     if (parent) {
         parent->activateWindow();

@@ -14,7 +14,7 @@ struct Question {
     QString text;
     QString informativeText;
     QString acceptButton;  // the answer that goes ahead
-    QString rejectButton;  // the answer that keeps things as they are; also Escape
+    QString rejectButton;  // the answer that keeps things as they are; also Escape. Empty for a notice.
 
     friend bool operator==(const Question&, const Question&) = default;
 };

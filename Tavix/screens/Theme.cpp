@@ -74,6 +74,11 @@ QLineEdit {
     padding: 5px 8px; selection-background-color: #2a3f58;
 }
 QLineEdit:focus { border-color: #4a7bab; }
+QTableView:focus, QListView:focus { border: 1px solid #4a7bab; }
+QToolButton:focus { border: 1px solid #6ca6e0; }
+QTabBar::tab:focus { color: #e6eaee; background: #22344a; }
+QMenuBar { background: #16191e; color: #b8c0c8; }
+QMenuBar::item:selected { background: #2a3f58; color: #e6eaee; }
 QToolButton {
     background: #23282f; color: #d6dbe1; border: 1px solid #2c323a; border-radius: 6px;
     padding: 3px 10px;

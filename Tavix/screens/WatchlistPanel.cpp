@@ -54,6 +54,9 @@ WatchlistPanel::WatchlistPanel(AppModel& model, QWidget* parent)
     error_->setObjectName(QStringLiteral("watchlistError"));
     error_->setWordWrap(true);
     error_->setTextFormat(Qt::PlainText);
+    // A complaint wraps within the panel; it never makes the panel wider.
+    error_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    error_->setMinimumWidth(1);
     error_->hide();
     layout->addWidget(error_);
 
@@ -99,15 +102,32 @@ void WatchlistPanel::lookUp() {
     startModelTask(model_.lookUp());
 }
 
+void WatchlistPanel::startTyping(const QString& text) {
+    addBox_->setFocus(Qt::ShortcutFocusReason);
+    addBox_->setText(text);
+    edited(text);
+}
+
 void WatchlistPanel::enter() {
     // A match picked with the arrows wins over the typed text.
     const QModelIndex picked = matchList_->currentIndex();
-    if (matchList_->isVisible() && picked.isValid() && matchList_->selectionModel()->isSelected(picked)) {
-        add(picked.data(symbolRole).toString());
+    QString chosen = matchList_->isVisible() && picked.isValid() && matchList_->selectionModel()->isSelected(picked)
+                         ? picked.data(symbolRole).toString()
+                         : addBox_->text().trimmed();
+    if (chosen.isEmpty()) return;
+    // A symbol already on the list is found rather than added again: the chart jumps to it.
+    const QString upper = chosen.toUpper();
+    for (const QString& listed : model_.watchlist()) {
+        if (listed != upper) continue;
+        pause_->stop();
+        model_.switchTo(listed);
+        addBox_->clear();
+        model_.setWatchlistDraft(QString());
+        matchList_->hide();
+        table_->setFocus(Qt::OtherFocusReason);
         return;
     }
-    const QString typed = addBox_->text().trimmed();
-    if (!typed.isEmpty()) add(typed);
+    add(chosen);
 }
 
 void WatchlistPanel::add(const QString& symbol) {

@@ -27,6 +27,9 @@ public:
     explicit WatchlistPanel(AppModel& model, QWidget* parent = nullptr);
 
     WatchlistView* table() const { return table_; }
+    QLineEdit* addBox() const { return addBox_; }
+    // Puts the focus in the add box with `text` typed into it, as typing anywhere in the window does.
+    void startTyping(const QString& text);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

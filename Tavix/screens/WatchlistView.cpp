@@ -9,31 +9,74 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
 
 namespace tavix {
+
+namespace {
+
+// The columns shown when none were chosen yet.
+const QStringList firstColumns = {QStringLiteral("symbol"), QStringLiteral("last"), QStringLiteral("change"),
+                                  QStringLiteral("percent"), QStringLiteral("bid"), QStringLiteral("ask")};
+
+// Keeps a cell's own colour (a rise in green, a fall in red) on the selected row, where the style
+// would paint every text in the selection's colour.
+class KeepColourDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        QStyledItemDelegate::initStyleOption(option, index);
+        const QVariant colour = index.data(Qt::ForegroundRole);
+        if (colour.isValid()) {
+            option->palette.setColor(QPalette::HighlightedText, colour.value<QColor>());
+        }
+    }
+};
+
+}  // namespace
 
 WatchlistView::WatchlistView(AppModel& model, QWidget* parent)
     : QTableView(parent), model_(model), table_(new WatchlistTableModel(model, this)) {
     setObjectName(QStringLiteral("watchlist"));
     setModel(table_);
     styleTable(*this);
-    // Prices keep every digit they have: their columns fit the text and the symbol takes the rest.
+    setItemDelegate(new KeepColourDelegate(this));
+    // Tab leaves the table for the next pane; arrows move within it.
+    setTabKeyNavigation(false);
+    // No text can widen the table: long cells are cut with an ellipsis.
+    setTextElideMode(Qt::ElideRight);
     horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     horizontalHeader()->setSectionResizeMode(WatchlistTableModel::symbolColumn, QHeaderView::Stretch);
     horizontalHeader()->setStretchLastSection(false);
+    horizontalHeader()->setSectionsClickable(true);
+    horizontalHeader()->setSortIndicatorShown(true);
+    horizontalHeader()->setToolTip(
+        QStringLiteral("Click to sort; again to turn it round; a third time for your own order."));
+    horizontalHeader()->setContextMenuPolicy(Qt::CustomContextMenu);
+    setDragDropMode(QAbstractItemView::InternalMove);
+    setDefaultDropAction(Qt::MoveAction);
+    setDropIndicatorShown(true);
 
+    QObject::connect(horizontalHeader(), &QHeaderView::sectionClicked, this, &WatchlistView::sortBy);
+    QObject::connect(horizontalHeader(), &QHeaderView::customContextMenuRequested, this, [this](const QPoint& at) {
+        columnMenu()->exec(horizontalHeader()->mapToGlobal(at));
+    });
     QObject::connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
                      [this](const QModelIndex& current) { choose(current); });
-    // A reset forgets the selection; the chart's symbol is marked again.
+    // A reset or a new order forgets the selection; the chart's symbol is marked again.
     QObject::connect(table_, &QAbstractItemModel::modelReset, this, &WatchlistView::showSelectedSymbol);
-    // Wider prices ask the layout for more room.
-    QObject::connect(table_, &QAbstractItemModel::modelReset, this, [this] { updateGeometry(); });
-    QObject::connect(table_, &QAbstractItemModel::dataChanged, this, [this] { updateGeometry(); });
+    QObject::connect(table_, &QAbstractItemModel::layoutChanged, this, &WatchlistView::showSelectedSymbol);
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
         if (field == AppModel::Field::selectedSymbol) showSelectedSymbol();
+        if (field == AppModel::Field::watchlistSort) showSort();
+        if (field == AppModel::Field::mode) showColumns();
     });
+    showSort();
+    showColumns();
     showSelectedSymbol();
 }
 
@@ -51,8 +94,69 @@ void WatchlistView::showSelectedSymbol() {
     }
     if (currentIndex().row() == row && selectionModel()->isRowSelected(row, {})) return;
     // The model already has this symbol, so the row change calls nothing back.
-    selectionModel()->setCurrentIndex(table_->index(row, 0),
+    selectionModel()->setCurrentIndex(table_->index(row, currentIndex().isValid() ? currentIndex().column() : 0),
                                       QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
+
+void WatchlistView::sortBy(int column) {
+    const WatchlistSort chosen = WatchlistTableModel::sortOf(column);
+    if (model_.watchlistSort() != chosen) {
+        model_.setWatchlistSort(chosen, false);
+    } else if (!model_.sortReversed()) {
+        model_.setWatchlistSort(chosen, true);
+    } else {
+        model_.setWatchlistSort(WatchlistSort::added, false);
+    }
+}
+
+void WatchlistView::showSort() {
+    const WatchlistSort sort = model_.watchlistSort();
+    int column = -1;
+    if (sort != WatchlistSort::added) {
+        for (int c = 0; c < WatchlistTableModel::columnTotal && column < 0; ++c) {
+            if (WatchlistTableModel::sortOf(c) == sort && !isColumnHidden(c)) column = c;
+        }
+    }
+    // Highest first shows as descending; the alphabet's natural order as ascending.
+    const bool ascending = (sort == WatchlistSort::alphabet) != model_.sortReversed();
+    horizontalHeader()->setSortIndicator(column, ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
+    setDragEnabled(table_->canReorder());
+}
+
+void WatchlistView::showColumns() {
+    const QStringList shown = Session::watchlistColumns(model_.mode()).value_or(firstColumns);
+    for (int column = 0; column < WatchlistTableModel::columnTotal; ++column) {
+        // The symbol is always shown: a row means nothing without it.
+        setColumnHidden(column, column != WatchlistTableModel::symbolColumn &&
+                                    !shown.contains(WatchlistTableModel::columnName(column)));
+    }
+    showSort();
+    updateGeometry();
+}
+
+void WatchlistView::setColumnShown(int column, bool shown) {
+    QStringList names;
+    for (int c = 0; c < WatchlistTableModel::columnTotal; ++c) {
+        if (c == column ? shown : !isColumnHidden(c)) names << WatchlistTableModel::columnName(c);
+    }
+    Session::setWatchlistColumns(names, model_.mode());
+    showColumns();
+}
+
+std::unique_ptr<QMenu> WatchlistView::columnMenu() {
+    auto menu = std::make_unique<QMenu>(this);
+    for (int column = WatchlistTableModel::symbolColumn + 1; column < WatchlistTableModel::columnTotal; ++column) {
+        QAction* action = menu->addAction(table_->headerData(column, Qt::Horizontal).toString());
+        action->setCheckable(true);
+        action->setChecked(!isColumnHidden(column));
+        QObject::connect(action, &QAction::toggled, this, [this, column](bool on) { setColumnShown(column, on); });
+    }
+    menu->addSeparator();
+    QAction* own = menu->addAction(QStringLiteral("My Own Order"));
+    own->setEnabled(model_.watchlistSort() != WatchlistSort::added || model_.sortReversed());
+    QObject::connect(own, &QAction::triggered, this,
+                     [this] { model_.setWatchlistSort(WatchlistSort::added, false); });
+    return menu;
 }
 
 std::unique_ptr<QMenu> WatchlistView::menuForRow(int row) {
@@ -63,6 +167,14 @@ std::unique_ptr<QMenu> WatchlistView::menuForRow(int row) {
     QObject::connect(remove, &QAction::triggered, this,
                      [this, symbol] { model_.removeFromWatchlist(symbol); });
     return menu;
+}
+
+void WatchlistView::selectStep(int step) {
+    if (table_->rowCount() == 0) return;
+    const int from = table_->rowOf(model_.selectedSymbol());
+    const int row = from < 0 ? (step > 0 ? 0 : table_->rowCount() - 1)
+                             : std::clamp(from + step, 0, table_->rowCount() - 1);
+    model_.switchTo(table_->symbolAt(row));
 }
 
 void WatchlistView::keyPressEvent(QKeyEvent* event) {
@@ -84,18 +196,18 @@ void WatchlistView::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 QSize WatchlistView::minimumSizeHint() const {
-    // Every column whole, so no price is cut short.
+    // The columns' titles, not their text: however long a cell, the table never asks for more.
     int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
     for (int column = 0; column < WatchlistTableModel::columnTotal; ++column) {
-        width += std::max(horizontalHeader()->sectionSizeHint(column), sizeHintForColumn(column));
+        if (!isColumnHidden(column)) width += horizontalHeader()->sectionSizeHint(column);
     }
     return {width, QTableView::minimumSizeHint().height()};
 }
 
 QSize WatchlistView::sizeHint() const {
-    // Room for every column and a handful of rows without scrolling.
+    // Room for the columns and a handful of rows without scrolling.
     const int rows = std::max(8, table_->rowCount());
-    return {minimumSizeHint().width(),
+    return {minimumSizeHint().width() + 60,
             horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() + 4};
 }
 
