@@ -20,6 +20,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -43,6 +44,9 @@ QTableView* recordTable(QAbstractItemModel* model, const char* name) {
     styleTable(*table);
     table->setTabKeyNavigation(false);  // Tab goes on to the next pane
     table->setTextElideMode(Qt::ElideRight);
+    // Columns as wide as their figures and titles; a narrow window scrolls sideways rather than cut them.
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    table->horizontalHeader()->setStretchLastSection(true);
     return table;
 }
 

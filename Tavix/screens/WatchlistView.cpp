@@ -49,9 +49,10 @@ WatchlistView::WatchlistView(AppModel& model, QWidget* parent)
     setTabKeyNavigation(false);
     // No text can widen the table: long cells are cut with an ellipsis.
     setTextElideMode(Qt::ElideRight);
+    // Every column as wide as its figures (a symbol is at most an option's 21 letters); the last
+    // takes what is left, and a narrow panel scrolls sideways rather than cut a symbol or price.
     horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    horizontalHeader()->setSectionResizeMode(WatchlistTableModel::symbolColumn, QHeaderView::Stretch);
-    horizontalHeader()->setStretchLastSection(false);
+    horizontalHeader()->setStretchLastSection(true);
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setSortIndicatorShown(true);
     horizontalHeader()->setToolTip(
@@ -196,19 +197,21 @@ void WatchlistView::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 QSize WatchlistView::minimumSizeHint() const {
-    // The columns' titles, not their text: however long a cell, the table never asks for more.
-    int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
-    for (int column = 0; column < WatchlistTableModel::columnTotal; ++column) {
-        if (!isColumnHidden(column)) width += horizontalHeader()->sectionSizeHint(column);
-    }
+    // Whole symbols and their last price at the least; the other columns scroll sideways. The
+    // columns' titles count, not their text: however long a cell, the table never asks for more.
+    int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width() + 150;
+    width += horizontalHeader()->sectionSizeHint(WatchlistTableModel::lastColumn);
     return {width, QTableView::minimumSizeHint().height()};
 }
 
 QSize WatchlistView::sizeHint() const {
-    // Room for the columns and a handful of rows without scrolling.
+    // Room for the shown columns and a handful of rows without scrolling.
+    int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width() + 40;
+    for (int column = 0; column < WatchlistTableModel::columnTotal; ++column) {
+        if (!isColumnHidden(column)) width += std::max(horizontalHeader()->sectionSizeHint(column), 80);
+    }
     const int rows = std::max(8, table_->rowCount());
-    return {minimumSizeHint().width() + 60,
-            horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() + 4};
+    return {width, horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() + 4};
 }
 
 }  // namespace tavix
