@@ -38,7 +38,6 @@ int main(int argc, char** argv) {
 
     tavix::MainWindow window(model);
     new tavix::FirstPaintLog(&window);
-    window.resize(1280, 800);
     window.show();
 
     // Opens the saved account (or Practice, telling why in the banner, as it does a practice

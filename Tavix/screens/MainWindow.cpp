@@ -114,6 +114,7 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
     // Small enough for a laptop beside another window; large enough that the watchlist shows whole
     // symbols and the chart its price axis.
     setMinimumSize(880, 560);
+    resize(1280, 800);  // the first time; afterwards the size and place the user left it at
 
     buildMenus();
     chainPanes();
@@ -180,12 +181,28 @@ void MainWindow::buildMenus() {
 }
 
 void MainWindow::chainPanes() {
-    // Pane by pane, left to right and top to bottom; Shift+Tab goes back the same way.
-    QList<QWidget*> order = {watchlist_->addBox(), watchlist_->table(), chart_->view()};
-    for (QAbstractButton* button : chart_->intervalButtons()) order << button;
-    order << tabs_->tabBar() << tabs_->widget(0) << tabs_->widget(1) << header_->accountMenu();
-    for (qsizetype i = 0; i + 1 < order.size(); ++i) QWidget::setTabOrder(order.at(i), order.at(i + 1));
-    QWidget::setTabOrder(order.back(), order.front());
+    // Pane by pane, left to right and top to bottom; Shift+Tab goes back the same way. The hidden
+    // tab's table is passed over.
+    panes_ = {watchlist_->addBox(), watchlist_->table(), chart_->view()};
+    for (QAbstractButton* button : chart_->intervalButtons()) panes_ << button;
+    panes_ << tabs_->tabBar() << tabs_->widget(0) << tabs_->widget(1) << header_->accountMenu();
+}
+
+bool MainWindow::focusNextPrevChild(bool next) {
+    QWidget* focused = QApplication::focusWidget();
+    qsizetype at = -1;
+    for (qsizetype i = 0; i < panes_.size() && at < 0; ++i) {
+        if (focused && (focused == panes_.at(i) || panes_.at(i)->isAncestorOf(focused))) at = i;
+    }
+    if (at < 0) return QMainWindow::focusNextPrevChild(next);
+    for (qsizetype step = 1; step <= panes_.size(); ++step) {
+        const qsizetype i = (at + (next ? step : -step) + panes_.size() * 2) % panes_.size();
+        QWidget* pane = panes_.at(i);
+        if (!pane->isVisible() || !pane->isEnabled()) continue;
+        pane->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    return false;
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -51,6 +51,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     // Letters typed where no text box has the focus go to the add-a-symbol box.
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Tab and Shift+Tab go pane by pane through `panes_`, round and round.
+    bool focusNextPrevChild(bool next) override;
 
 private:
     void buildMenus();
@@ -69,6 +71,7 @@ private:
     QSplitter* mainSplit_;
     QSplitter* rightSplit_;
     std::unique_ptr<WindowMemory> memory_;
+    QList<QWidget*> panes_;
     QPointer<AlpacaAccountDialog> alpacaForm_;
 };
 

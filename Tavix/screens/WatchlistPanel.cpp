@@ -103,9 +103,14 @@ void WatchlistPanel::lookUp() {
 }
 
 void WatchlistPanel::startTyping(const QString& text) {
-    addBox_->setFocus(Qt::ShortcutFocusReason);
-    addBox_->setText(text);
-    edited(text);
+    // The first letter starts afresh; letters that arrive before the box has the focus add on.
+    if (addBox_->hasFocus()) {
+        addBox_->insert(text);
+    } else {
+        addBox_->setFocus(Qt::ShortcutFocusReason);
+        addBox_->setText(text);
+    }
+    edited(addBox_->text());
 }
 
 void WatchlistPanel::enter() {

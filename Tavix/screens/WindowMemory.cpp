@@ -2,9 +2,7 @@
 
 #include "core/Session.h"
 
-#include <QGuiApplication>
 #include <QMainWindow>
-#include <QScreen>
 #include <QSplitter>
 
 #include <utility>
@@ -19,17 +17,9 @@ WindowMemory::WindowMemory(QMainWindow& window, QList<QSplitter*> splitters)
 }
 
 void WindowMemory::restore() {
+    // Qt brings a window saved on a screen that is gone back onto one that is there.
     const QByteArray geometry = Session::windowGeometry();
-    if (!geometry.isEmpty() && window_.restoreGeometry(geometry)) {
-        // restoreGeometry keeps the window on a screen that exists; a size larger than that screen
-        // is brought within it too.
-        if (const QScreen* screen = window_.screen()) {
-            const QRect room = screen->availableGeometry();
-            if (window_.width() > room.width() || window_.height() > room.height()) {
-                window_.resize(std::min(window_.width(), room.width()), std::min(window_.height(), room.height()));
-            }
-        }
-    }
+    if (!geometry.isEmpty()) window_.restoreGeometry(geometry);
     const auto sizes = Session::splitters();
     for (QSplitter* splitter : splitters_) {
         const auto found = sizes.find(splitter->objectName());

@@ -30,7 +30,7 @@ protected:
             asked.push_back(question);
             return answer;
         });
-        window->resize(1200, 760);
+        if (Session::windowGeometry().isEmpty()) window->resize(1200, 760);
         window->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
     }
