@@ -118,6 +118,9 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
 
     buildMenus();
     chainPanes();
+    // The first time, the watchlist gets the room its columns need and the chart the rest.
+    const int listWidth = watchlist_->sizeHint().width();
+    mainSplit_->setSizes({listWidth, std::max(400, width() - listWidth)});
     memory_ = std::make_unique<WindowMemory>(*this, QList<QSplitter*>{mainSplit_, rightSplit_});
     memory_->restore();
     qApp->installEventFilter(this);

@@ -49,10 +49,10 @@ WatchlistView::WatchlistView(AppModel& model, QWidget* parent)
     setTabKeyNavigation(false);
     // No text can widen the table: long cells are cut with an ellipsis.
     setTextElideMode(Qt::ElideRight);
-    // Every column as wide as its figures (a symbol is at most an option's 21 letters); the last
-    // takes what is left, and a narrow panel scrolls sideways rather than cut a symbol or price.
+    // Every column as wide as its figures (a symbol is at most an option's 21 letters); a narrow
+    // panel scrolls sideways rather than cut a symbol or a price.
     horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    horizontalHeader()->setStretchLastSection(true);
+    horizontalHeader()->setStretchLastSection(false);
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setSortIndicatorShown(true);
     horizontalHeader()->setToolTip(
@@ -205,10 +205,12 @@ QSize WatchlistView::minimumSizeHint() const {
 }
 
 QSize WatchlistView::sizeHint() const {
-    // Room for the shown columns and a handful of rows without scrolling.
-    int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width() + 40;
+    // Room for the shown columns as wide as they are, and a handful of rows without scrolling.
+    int width = 2 * frameWidth() + verticalScrollBar()->sizeHint().width() + 4;
     for (int column = 0; column < WatchlistTableModel::columnTotal; ++column) {
-        if (!isColumnHidden(column)) width += std::max(horizontalHeader()->sectionSizeHint(column), 80);
+        // Before the first prices land, room for a five-figure price in each column.
+        const int typical = fontMetrics().horizontalAdvance(QStringLiteral("+00000.00")) + 20;
+        if (!isColumnHidden(column)) width += std::max(horizontalHeader()->sectionSize(column), typical);
     }
     const int rows = std::max(8, table_->rowCount());
     return {width, horizontalHeader()->sizeHint().height() + rows * verticalHeader()->defaultSectionSize() + 4};
