@@ -191,9 +191,12 @@ void WatchlistView::keyPressEvent(QKeyEvent* event) {
 }
 
 void WatchlistView::contextMenuEvent(QContextMenuEvent* event) {
-    auto menu = menuForRow(indexAt(event->pos()).row());
+    // From the keyboard (the Menu key), the menu is the current row's, shown beside it.
+    const bool byKeyboard = event->reason() == QContextMenuEvent::Keyboard;
+    const int row = byKeyboard ? currentIndex().row() : indexAt(event->pos()).row();
+    auto menu = menuForRow(row);
     if (!menu) return;
-    menu->exec(event->globalPos());
+    menu->exec(byKeyboard ? viewport()->mapToGlobal(visualRect(currentIndex()).bottomLeft()) : event->globalPos());
 }
 
 QSize WatchlistView::minimumSizeHint() const {

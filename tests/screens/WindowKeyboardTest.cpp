@@ -116,6 +116,15 @@ TEST_F(WindowKeyboardTest, TypingAndShortcutsMoveTheChart) {
     EXPECT_EQ(asked.back().title, QStringLiteral("Keyboard Shortcuts"));
     EXPECT_TRUE(asked.back().informativeText.contains(Shortcuts::quit().toString(QKeySequence::NativeText)));
     EXPECT_TRUE(asked.back().informativeText.contains(QStringLiteral("Next symbol on the watchlist")));
+
+    // Alpaca keys are added from Settings, where the keychain's banner sends the user.
+    QAction* settings = nullptr;
+    for (QAction* menu : window->menuBar()->actions()) {
+        if (menu->text() == QStringLiteral("&Settings")) settings = menu;
+    }
+    ASSERT_TRUE(settings && settings->menu());
+    settings->menu()->actions().front()->trigger();
+    EXPECT_TRUE(model->addingAlpacaAccount());
 }
 
 // Removing the row on the chart selects its neighbour; a click on a header sorts, again turns the
