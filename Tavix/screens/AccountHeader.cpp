@@ -3,7 +3,7 @@
 #include "core/AccountKind.h"
 #include "core/AppModel.h"
 #include "screens/AccountMenuButton.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "screens/Theme.h"
 
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #include "screens/ChartFrame.h"
 
 #include "core/PriceText.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 
 #include <QDateTime>
 #include <QLocale>

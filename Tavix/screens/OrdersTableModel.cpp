@@ -2,7 +2,7 @@
 
 #include "core/AppModel.h"
 #include "core/PriceText.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "screens/OrderText.h"
 
 #include <QDateTime>

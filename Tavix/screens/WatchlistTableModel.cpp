@@ -3,7 +3,7 @@
 #include "core/AppModel.h"
 #include "core/PriceText.h"
 #include "core/WatchlistOrder.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "screens/Theme.h"
 
 #include <QColor>

@@ -1,6 +1,6 @@
 #include "WindowFixture.h"
 
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "screens/OrdersTableModel.h"
 #include "screens/PositionsTableModel.h"
 

@@ -2,7 +2,7 @@
 
 #include "screens/ChartFrame.h"
 #include "screens/ChartView.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "core/PriceText.h"
 
 #include <QWheelEvent>

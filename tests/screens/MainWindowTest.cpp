@@ -1,7 +1,7 @@
 #include "WindowFixture.h"
 
 #include "screens/ChartView.h"
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 #include "screens/Theme.h"
 
 #include <QImage>

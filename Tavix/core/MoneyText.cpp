@@ -1,4 +1,4 @@
-#include "screens/MoneyText.h"
+#include "core/MoneyText.h"
 
 namespace tavix {
 
