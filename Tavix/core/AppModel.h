@@ -3,6 +3,7 @@
 #include "alpaca/AlpacaBroker.h"
 #include "core/AccountKind.h"
 #include "core/AlpacaProfile.h"
+#include "core/OrderTicket.h"
 #include "core/Session.h"
 #include "market/Broker.h"
 #include "market/BrokerRegistry.h"
@@ -98,6 +99,7 @@ public:
         chartInterval,
         candles,
         chartProblem,
+        ticket,
         banner,
         rideWatches,
         contractWatches,
@@ -190,6 +192,25 @@ public:
     void clearSelection();
     void setChartInterval(CandleInterval interval);
     QCoro::Task<void> loadChart();
+
+    // --- trading by hand (AppModelTrading.cpp) --------------------------------------------------
+    const OrderTicket& ticket() const { return ticket_; }
+    // Puts an order on the ticket, with the sell price and get-out price it attaches; the preview
+    // of the ticket before goes.
+    void setTicket(const OrderRequest& request, std::optional<Decimal> targetExit = std::nullopt,
+                   std::optional<Decimal> stopExit = std::nullopt);
+    // Checks the ticket in turn and asks the broker for its preview; the first problem found goes
+    // to the banner and no preview is asked for.
+    QCoro::Task<void> buildPreview();
+    // Checks the ticket again and sends it; the report or the refusal goes to the banner.
+    QCoro::Task<void> submit();
+    // Cancels an order; `linked` exits are cancelled with it, as the broker links them.
+    QCoro::Task<void> cancel(Order order, bool linked);
+    // Moves a working order to a new price (its limit, or its stop for a stop order).
+    QCoro::Task<void> moveOrder(Order order, std::optional<Decimal> price);
+    // Cancels the orders Tavix's own automations keep on a symbol, so a new order does not collide
+    // with them.
+    QCoro::Task<void> clearTavixOrders(QString symbol);
 
     // --- fields ---------------------------------------------------------------------------------
     Mode mode() const { return mode_; }
@@ -356,6 +377,7 @@ private:
     CandleInterval chartInterval_ = CandleInterval::fiveMinute;
     std::vector<Candle> candles_;
     std::optional<QString> chartProblem_;
+    OrderTicket ticket_;
     std::optional<Date> candlesReadAt_;
     std::optional<QString> banner_;
     Json::Array rideWatches_;

@@ -48,6 +48,9 @@ void AppModel::switchTo(const QString& symbol) {
     if (wanted == selectedSymbol_ && !candles_.empty()) return;
     write(selectedSymbol_, wanted, Field::selectedSymbol);
     Session::setSelectedSymbol(wanted);
+    // A fresh ticket for the new symbol; the old one's preview and report go with it.
+    ticket_ = OrderTicket::fresh(wanted);
+    Q_EMIT changed(Field::ticket);
     write(candles_, std::vector<Candle>(), Field::candles);
     write(chartProblem_, std::optional<QString>(), Field::chartProblem);
     candlesReadAt_.reset();
