@@ -7,7 +7,7 @@
 #include "screens/AlpacaAccountDialog.h"
 #include "screens/ChartPanel.h"
 #include "screens/ModelTask.h"
-#include "screens/OrdersTableModel.h"
+#include "screens/OrdersPanel.h"
 #include "screens/PositionsTableModel.h"
 #include "screens/TableStyle.h"
 #include "screens/Theme.h"
@@ -92,7 +92,7 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
     tabs_->tabBar()->setDrawBase(false);  // the base line is drawn light whatever the palette
     tabs_->addTab(recordTable(new PositionsTableModel(model, this), "positions"),
                   QStringLiteral("Positions"));
-    tabs_->addTab(recordTable(new OrdersTableModel(model, this), "orders"), QStringLiteral("Orders"));
+    tabs_->addTab(new OrdersPanel(model), QStringLiteral("Orders"));
 
     rightSplit_ = new QSplitter(Qt::Vertical);
     rightSplit_->setObjectName(QStringLiteral("rightSplit"));

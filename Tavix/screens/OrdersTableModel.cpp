@@ -1,9 +1,9 @@
 #include "screens/OrdersTableModel.h"
 
 #include "core/AppModel.h"
-#include "core/PriceText.h"
 #include "core/MoneyText.h"
-#include "screens/OrderText.h"
+#include "core/OrderWords.h"
+#include "core/PriceText.h"
 
 #include <QDateTime>
 
@@ -21,33 +21,64 @@ QDateTime localTime(Date at) {
         .toLocalTime();
 }
 
+bool movable(const Order& order) {
+    return order.isOpen() && (order.type == OrderType::limit || order.type == OrderType::stop);
+}
+
 }  // namespace
 
-OrdersTableModel::OrdersTableModel(const AppModel& model, QObject* parent, std::function<Date()> now)
+OrdersTableModel::OrdersTableModel(AppModel& model, QObject* parent, std::function<Date()> now)
     : TextTableModel(model, AppModel::Field::orders,
-                     {QStringLiteral("Symbol"), QStringLiteral("Side"), QStringLiteral("Type"),
-                      QStringLiteral("Quantity"), QStringLiteral("Limit / Stop"), QStringLiteral("Status"),
-                      QStringLiteral("Submitted")},
-                     {symbolColumn, sideColumn, typeColumn, statusColumn}, parent),
-      now_(std::move(now)) {}
+                     {QStringLiteral("Symbol"), QStringLiteral("Side"), QStringLiteral("How much"),
+                      QStringLiteral("Price"), QStringLiteral("Lasts"), QStringLiteral("What happened"),
+                      QStringLiteral("Sent")},
+                     {symbolColumn, sideColumn, lastsColumn, happenedColumn}, parent),
+      actions_(model),
+      now_(std::move(now)) {
+    // The base class resets on new orders; the rows are worked out first.
+    QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
+        if (field == AppModel::Field::orders) {
+            rebuild();
+        } else if ((field == AppModel::Field::mode || field == AppModel::Field::ticket) && rowCount() > 0) {
+            Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnTotal - 1));
+        }
+    });
+    rebuild();
+}
+
+void OrdersTableModel::rebuild() {
+    beginResetModel();
+    rows_.clear();
+    for (const Order& order : model_.orders()) {
+        rows_.push_back({&order, nullptr});
+        for (const Order& leg : order.legs) rows_.push_back({&leg, &order});
+    }
+    endResetModel();
+}
+
+const Order* OrdersTableModel::orderAt(int row) const {
+    return row >= 0 && row < rowCount() ? rows_[static_cast<std::size_t>(row)].order : nullptr;
+}
+
+const Order* OrdersTableModel::parentAt(int row) const {
+    return row >= 0 && row < rowCount() ? rows_[static_cast<std::size_t>(row)].parent : nullptr;
+}
+
+bool OrdersTableModel::isLinked(int row) const {
+    const Order* order = orderAt(row);
+    if (!order) return false;
+    // Two open exits under one order cancel each other: the broker takes them together.
+    const Order* group = parentAt(row) ? parentAt(row) : order;
+    int open = 0;
+    for (const Order& leg : group->legs) open += leg.isOpen() ? 1 : 0;
+    return open >= 2 && (parentAt(row) != nullptr || !order->isOpen());
+}
 
 QString OrdersTableModel::quantityCell(const Order& order) {
     if (!order.notional) return quantityText(order.quantity);
     const QString amount = moneyText(*order.notional);
     if (order.filledQuantity.isZero()) return amount;
     return amount + QStringLiteral(" (") + quantityText(order.filledQuantity) + QStringLiteral(" so far)");
-}
-
-QString OrdersTableModel::pricesText(const Order& order) {
-    QStringList parts;
-    if (order.limitPrice) parts << priceText(*order.limitPrice);
-    if (order.stopPrice) parts << QStringLiteral("stop ") + priceText(*order.stopPrice);
-    if (order.type == OrderType::trailingStop && order.trailAmount) {
-        parts << QStringLiteral("trail ") + priceText(*order.trailAmount);
-    } else if (order.type == OrderType::trailingStop && order.trailPercent) {
-        parts << QStringLiteral("trail ") + order.trailPercent->toString() + QStringLiteral("%");
-    }
-    return parts.isEmpty() ? missing : parts.join(QStringLiteral(", "));
 }
 
 QString OrdersTableModel::submittedText(Date at, Date today) {
@@ -57,32 +88,59 @@ QString OrdersTableModel::submittedText(Date at, Date today) {
 }
 
 int OrdersTableModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(model_.orders().size());
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }
 
 QVariant OrdersTableModel::data(const QModelIndex& index, int role) const {
     if (!holds(index)) return {};
     if (role == Qt::TextAlignmentRole) return alignment(index.column());
+    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    const Order& order = *row.order;
+    const Mode mode = model_.mode();
+    const OrderWords::Role part = OrderWords::role(order, row.parent);
+    const bool cancelling = model_.ticket().cancelling.contains(order.id);
+    if (role == Qt::EditRole && index.column() == priceColumn) {
+        const auto& price = order.type == OrderType::stop ? order.stopPrice : order.limitPrice;
+        return price ? priceText(*price) : QString();
+    }
+    if (role == Qt::ToolTipRole && index.column() == priceColumn && movable(order)) {
+        return QStringLiteral("Double-click or press F2 to move this order to another price.");
+    }
     if (role != Qt::DisplayRole) return {};
-    const Order& order = model_.orders().at(static_cast<std::size_t>(index.row()));
     switch (index.column()) {
         case symbolColumn:
-            return order.symbol;
+            return row.parent ? QStringLiteral("   ↳ ") + order.symbol : order.symbol;
         case sideColumn:
-            return sideText(order.side);
-        case typeColumn:
-            return orderTypeText(order.type);
+            return OrderWords::side(order, part, order.status == OrderStatus::filled);
         case quantityColumn:
             return quantityCell(order);
         case priceColumn:
-            return pricesText(order);
-        case statusColumn:
-            return orderStatusText(order.status);
+            return OrderWords::price(order, mode);
+        case lastsColumn:
+            return OrderWords::lasts(order.timeInForce, mode);
+        case happenedColumn:
+            return mode == Mode::easy ? OrderWords::happened(order, part, row.parent, cancelling)
+                                      : OrderWords::status(order, part, mode, cancelling);
         case submittedColumn:
             return order.enteredAt ? submittedText(*order.enteredAt, now_()) : missing;
         default:
             return {};
     }
+}
+
+Qt::ItemFlags OrdersTableModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    const Order* order = orderAt(index.row());
+    if (order && index.column() == priceColumn && movable(*order)) flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool OrdersTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    const Order* order = orderAt(index.row());
+    if (role != Qt::EditRole || index.column() != priceColumn || !order || !movable(*order)) return false;
+    // The model says what happened in its banner: moved, or why not.
+    QCoro::Task<void> moving = actions_.moveOrder(*order, Decimal::parse(value.toString().trimmed()));
+    return true;
 }
 
 }  // namespace tavix

@@ -1,6 +1,7 @@
 #include "WindowFixture.h"
 
 #include "core/MoneyText.h"
+#include "core/OrderWords.h"
 #include "screens/OrdersTableModel.h"
 #include "screens/PositionsTableModel.h"
 
@@ -50,8 +51,8 @@ TEST_F(AccountTablesTest, ShowWhatTheAccountHoldsAndItsOrdersInPlainWords) {
         seen << texts.join(u'|');
     }
     seen.sort();
-    EXPECT_EQ(seen, (QStringList{QStringLiteral("BTC/USD|Buy|Limit|0.25|1000.00|Working"),
-                                 QStringLiteral("BTC/USD|Buy|Market|0.25|—|Filled")}));
+    EXPECT_EQ(seen, (QStringList{QStringLiteral("BTC/USD|Bought|0.25|at market|Until you cancel it|Went through"),
+                                 QStringLiteral("BTC/USD|Buy|0.25|1000.00|Until you cancel it|Waiting for its price")}));
     EXPECT_FALSE(cell("orders", 0, OrdersTableModel::submittedColumn).isEmpty());
 }
 
@@ -63,7 +64,7 @@ TEST(OrderCells, MoneyOrdersAndPercentTrailsShowWhatWasAsked) {
     EXPECT_EQ(OrdersTableModel::quantityCell(Order{.quantity = Decimal(3)}), QStringLiteral("3"));
 
     const Order trailing{.type = OrderType::trailingStop, .trailPercent = *Decimal::parse("2.5")};
-    EXPECT_EQ(OrdersTableModel::pricesText(trailing), QStringLiteral("trail 2.5%"));
+    EXPECT_EQ(OrderWords::price(trailing, Mode::expert), QStringLiteral("TRAIL 2.5%"));
 }
 
 }  // namespace
