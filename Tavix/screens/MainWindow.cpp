@@ -8,6 +8,7 @@
 #include "screens/ChartPanel.h"
 #include "screens/ModelTask.h"
 #include "screens/OrdersPanel.h"
+#include "screens/TicketPanel.h"
 #include "screens/PositionsTableModel.h"
 #include "screens/TableStyle.h"
 #include "screens/Theme.h"
@@ -20,6 +21,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
@@ -68,6 +70,8 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
       banner_(new QLabel),
       watchlist_(new WatchlistPanel(model)),
       chart_(new ChartPanel(model)),
+      ticket_(new TicketPanel(model)),
+      orders_(new OrdersPanel(model)),
       tabs_(new QTabWidget) {
     setWindowTitle(QStringLiteral("Tavix"));
     setStyleSheet(theme::windowStyleSheet());
@@ -92,12 +96,19 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent)
     tabs_->tabBar()->setDrawBase(false);  // the base line is drawn light whatever the palette
     tabs_->addTab(recordTable(new PositionsTableModel(model, this), "positions"),
                   QStringLiteral("Positions"));
-    tabs_->addTab(new OrdersPanel(model), QStringLiteral("Orders"));
+    tabs_->addTab(orders_, QStringLiteral("Orders"));
 
     rightSplit_ = new QSplitter(Qt::Vertical);
     rightSplit_->setObjectName(QStringLiteral("rightSplit"));
     rightSplit_->setChildrenCollapsible(false);
-    rightSplit_->addWidget(chart_);
+    // The ticket stands beside the chart of the symbol it trades.
+    auto* chartAndTicket = new QWidget;
+    auto* beside = new QHBoxLayout(chartAndTicket);
+    beside->setContentsMargins(0, 0, 0, 0);
+    beside->setSpacing(10);
+    beside->addWidget(chart_, 1);
+    beside->addWidget(ticket_);
+    rightSplit_->addWidget(chartAndTicket);
     rightSplit_->addWidget(tabs_);
     rightSplit_->setStretchFactor(0, 3);
     rightSplit_->setStretchFactor(1, 2);
@@ -171,6 +182,19 @@ void MainWindow::buildMenus() {
                            choose->shortcut().toString(QKeySequence::NativeText) + u')');
     }
 
+    QMenu* trade = bar->addMenu(QStringLiteral("&Trade"));
+    QAction* buy = trade->addAction(QStringLiteral("Buy…"));
+    buy->setObjectName(QStringLiteral("action-buy"));
+    buy->setShortcut(Shortcuts::buy());
+    QObject::connect(buy, &QAction::triggered, this, [this] { ticket_->start(true); });
+    QAction* sell = trade->addAction(QStringLiteral("Sell…"));
+    sell->setObjectName(QStringLiteral("action-sell"));
+    sell->setShortcut(Shortcuts::sell());
+    QObject::connect(sell, &QAction::triggered, this, [this] { ticket_->start(false); });
+    QAction* cancelOrder = trade->addAction(QStringLiteral("Cancel Selected Order"));
+    cancelOrder->setShortcut(Shortcuts::cancelOrder());
+    QObject::connect(cancelOrder, &QAction::triggered, this, [this] { orders_->cancelSelected(); });
+
     // Alpaca keys are added here and from the account menu.
     QMenu* settings = bar->addMenu(QStringLiteral("&Settings"));
     QAction* addAlpaca = settings->addAction(QStringLiteral("Add Alpaca Paper Account…"));
@@ -188,6 +212,7 @@ void MainWindow::chainPanes() {
     // tab's table is passed over.
     panes_ = {watchlist_->addBox(), watchlist_->table(), chart_->view()};
     for (QAbstractButton* button : chart_->intervalButtons()) panes_ << button;
+    panes_ << ticket_;
     panes_ << tabs_->tabBar() << tabs_->widget(0) << tabs_->widget(1) << header_->accountMenu();
 }
 
@@ -198,6 +223,19 @@ bool MainWindow::focusNextPrevChild(bool next) {
         if (focused && (focused == panes_.at(i) || panes_.at(i)->isAncestorOf(focused))) at = i;
     }
     if (at < 0) return QMainWindow::focusNextPrevChild(next);
+    // Within the ticket, Tab goes field by field before it leaves.
+    if (panes_.at(at) == ticket_) {
+        QList<QWidget*> fields;
+        for (QWidget* child : ticket_->findChildren<QWidget*>()) {
+            if (child->isVisible() && child->isEnabled() && (child->focusPolicy() & Qt::TabFocus)) fields << child;
+        }
+        const qsizetype here = fields.indexOf(focused);
+        const qsizetype then = here + (next ? 1 : -1);
+        if (here >= 0 && then >= 0 && then < fields.size()) {
+            fields.at(then)->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return true;
+        }
+    }
     for (qsizetype step = 1; step <= panes_.size(); ++step) {
         const qsizetype i = (at + (next ? step : -step) + panes_.size() * 2) % panes_.size();
         QWidget* pane = panes_.at(i);

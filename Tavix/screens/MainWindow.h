@@ -18,6 +18,8 @@ class AccountHeader;
 class AlpacaAccountDialog;
 class AppModel;
 class ChartPanel;
+class OrdersPanel;
+class TicketPanel;
 class WatchlistPanel;
 class WindowMemory;
 
@@ -44,6 +46,8 @@ public:
     AccountHeader* header() const { return header_; }
     WatchlistPanel* watchlist() const { return watchlist_; }
     ChartPanel* chart() const { return chart_; }
+    TicketPanel* ticket() const { return ticket_; }
+    OrdersPanel* orders() const { return orders_; }
     // The add form while it exists (it is made the first time it is opened).
     AlpacaAccountDialog* alpacaForm() const;
 
@@ -67,6 +71,8 @@ private:
     QLabel* banner_;
     WatchlistPanel* watchlist_;
     ChartPanel* chart_;
+    TicketPanel* ticket_;
+    OrdersPanel* orders_;
     QTabWidget* tabs_;
     QSplitter* mainSplit_;
     QSplitter* rightSplit_;

@@ -36,6 +36,18 @@ QKeySequence removeSymbol() {
     return QKeySequence(QKeySequence::Delete);
 }
 
+QKeySequence buy() {
+    return QKeySequence(Qt::CTRL | Qt::Key_B);
+}
+
+QKeySequence sell() {
+    return QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_B);
+}
+
+QKeySequence cancelOrder() {
+    return QKeySequence(Qt::CTRL | Qt::Key_Backspace);
+}
+
 QList<Shortcut> all() {
     QList<Shortcut> list = {
         {QStringLiteral("Type a symbol anywhere to find or add it"), QKeySequence()},
@@ -43,6 +55,11 @@ QList<Shortcut> all() {
         {QStringLiteral("Next symbol on the watchlist"), nextSymbol()},
         {QStringLiteral("Previous symbol on the watchlist"), previousSymbol()},
         {QStringLiteral("Take the selected symbol off the watchlist"), removeSymbol()},
+        {QStringLiteral("Buy the symbol on the chart"), buy()},
+        {QStringLiteral("Sell the symbol on the chart"), sell()},
+        {QStringLiteral("Check the order, then send it"), QKeySequence(Qt::Key_Return)},
+        {QStringLiteral("Back out of sending it"), QKeySequence(Qt::Key_Escape)},
+        {QStringLiteral("Cancel the selected order"), cancelOrder()},
     };
     for (int place = 0; place < static_cast<int>(intervalNames.size()); ++place) {
         list.push_back({QStringLiteral("Chart in ") + QString::fromLatin1(intervalNames[static_cast<std::size_t>(place)]) +

@@ -22,6 +22,9 @@ QKeySequence nextSymbol();
 QKeySequence previousSymbol();
 QKeySequence findSymbol();
 QKeySequence removeSymbol();
+QKeySequence buy();
+QKeySequence sell();
+QKeySequence cancelOrder();
 
 // Every shortcut, with what it does, in the order the list shows them.
 QList<Shortcut> all();

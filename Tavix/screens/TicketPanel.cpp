@@ -1,0 +1,303 @@
+#include "screens/TicketPanel.h"
+
+#include "core/AppModel.h"
+#include "core/OrderWords.h"
+#include "core/PriceText.h"
+#include "market/CryptoPair.h"
+#include "screens/ModelTask.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+#include <array>
+#include <tuple>
+
+namespace tavix {
+
+namespace {
+
+// The sides in the order the combo lists them, and the words each mode gives them.
+const std::array<OrderSide, 4> sides = {OrderSide::buy, OrderSide::sell, OrderSide::sellShort, OrderSide::buyToCover};
+const std::array<OrderType, 5> types = {OrderType::market, OrderType::limit, OrderType::stop, OrderType::stopLimit,
+                                        OrderType::trailingStop};
+const std::array<TimeInForce, 4> lastings = {TimeInForce::day, TimeInForce::goodTillCancelled,
+                                             TimeInForce::immediateOrCancel, TimeInForce::fillOrKill};
+
+// Exits prefilled this far from the price now: a sell price above it and a get-out price below.
+const Decimal exitShare = Decimal(5) / Decimal(100);
+
+QLineEdit* numberBox(const char* name, const QString& hint) {
+    auto* box = new QLineEdit;
+    box->setObjectName(QString::fromLatin1(name));
+    box->setPlaceholderText(hint);
+    return box;
+}
+
+}  // namespace
+
+TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
+    : QWidget(parent),
+      model_(model),
+      title_(new QLabel),
+      pages_(new QStackedWidget),
+      side_(new QComboBox),
+      quantity_(numberBox("ticketQuantity", QStringLiteral("1"))),
+      type_(new QComboBox),
+      limit_(numberBox("ticketLimit", QStringLiteral("182.50"))),
+      stop_(numberBox("ticketStop", QStringLiteral("175.00"))),
+      trail_(numberBox("ticketTrail", QStringLiteral("1.50"))),
+      lasts_(new QComboBox),
+      extended_(new QCheckBox(QStringLiteral("Extended hours"))),
+      target_(numberBox("ticketTarget", QString())),
+      getOut_(numberBox("ticketGetOut", QString())),
+      check_(new QPushButton(QStringLiteral("Check Order"))),
+      sentence_(new QLabel),
+      notes_(new QLabel),
+      send_(new QPushButton(QStringLiteral("Send"))),
+      back_(new QPushButton(QStringLiteral("Back"))) {
+    setObjectName(QStringLiteral("ticket"));
+    setFocusProxy(side_);
+    setMinimumWidth(230);
+    setMaximumWidth(300);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    title_->setObjectName(QStringLiteral("ticketTitle"));
+    title_->setTextFormat(Qt::PlainText);
+    title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    layout->addWidget(title_);
+
+    auto* form = new QWidget;
+    auto* rows = new QFormLayout(form);
+    rows->setContentsMargins(0, 0, 0, 0);
+    side_->setObjectName(QStringLiteral("ticketSide"));
+    type_->setObjectName(QStringLiteral("ticketType"));
+    lasts_->setObjectName(QStringLiteral("ticketLasts"));
+    for (const char* word : {"Market", "Limit", "Stop", "Stop limit", "Trailing stop"}) type_->addItem(QString::fromLatin1(word));
+    rows->addRow(QStringLiteral("Side"), side_);
+    rows->addRow(QStringLiteral("How much"), quantity_);
+    rows->addRow(QStringLiteral("Type"), type_);
+    rows->addRow(QStringLiteral("Limit price"), limit_);
+    rows->addRow(QStringLiteral("Stop price"), stop_);
+    rows->addRow(QStringLiteral("Trail ($)"), trail_);
+    rows->addRow(QStringLiteral("Lasts"), lasts_);
+    rows->addRow(QString(), extended_);
+    rows->addRow(QStringLiteral("Sell price"), target_);
+    rows->addRow(QStringLiteral("Get-out price"), getOut_);
+    check_->setObjectName(QStringLiteral("ticketCheck"));
+    check_->setDefault(true);
+    rows->addRow(check_);
+    pages_->addWidget(form);
+
+    auto* confirm = new QWidget;
+    auto* confirmRows = new QVBoxLayout(confirm);
+    confirmRows->setContentsMargins(0, 0, 0, 0);
+    for (QLabel* label : {sentence_, notes_}) {
+        label->setWordWrap(true);
+        label->setTextFormat(Qt::PlainText);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    sentence_->setObjectName(QStringLiteral("ticketSentence"));
+    notes_->setObjectName(QStringLiteral("ticketNotes"));
+    send_->setObjectName(QStringLiteral("ticketSend"));
+    back_->setObjectName(QStringLiteral("ticketBack"));
+    confirmRows->addWidget(sentence_);
+    confirmRows->addWidget(notes_);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(back_);
+    buttons->addWidget(send_);
+    confirmRows->addLayout(buttons);
+    confirmRows->addStretch(1);
+    pages_->addWidget(confirm);
+    layout->addWidget(pages_);
+    layout->addStretch(1);
+
+    QObject::connect(check_, &QPushButton::clicked, this, &TicketPanel::check);
+    QObject::connect(send_, &QPushButton::clicked, this, &TicketPanel::send);
+    QObject::connect(back_, &QPushButton::clicked, this, &TicketPanel::back);
+    QObject::connect(type_, &QComboBox::currentIndexChanged, this, &TicketPanel::showType);
+    QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
+        if (field == AppModel::Field::mode) showMode();
+        if (field == AppModel::Field::selectedSymbol) showSymbol();
+        if (field == AppModel::Field::ticket) showTicket();
+    });
+    showMode();
+    showSymbol();
+}
+
+void TicketPanel::showMode() {
+    const bool easy = model_.mode() == Mode::easy;
+    const int chosen = std::max(0, side_->currentIndex());
+    side_->clear();
+    side_->addItems(easy ? QStringList{QStringLiteral("Buy"), QStringLiteral("Sell"), QStringLiteral("Betting it goes down")}
+                         : QStringList{QStringLiteral("Buy"), QStringLiteral("Sell"), QStringLiteral("Sell short"),
+                                       QStringLiteral("Buy back")});
+    side_->setCurrentIndex(std::min(chosen, side_->count() - 1));
+    lasts_->clear();
+    for (const TimeInForce lasting : lastings) lasts_->addItem(OrderWords::lasts(lasting, model_.mode()));
+    auto* rows = qobject_cast<QFormLayout*>(pages_->widget(0)->layout());
+    for (QWidget* expertOnly : {static_cast<QWidget*>(type_), static_cast<QWidget*>(lasts_), static_cast<QWidget*>(extended_)}) {
+        rows->setRowVisible(expertOnly, !easy);
+    }
+    if (easy) type_->setCurrentIndex(0);
+    qobject_cast<QLabel*>(rows->labelForField(target_))->setText(easy ? QStringLiteral("Sell price") : QStringLiteral("Take profit"));
+    qobject_cast<QLabel*>(rows->labelForField(getOut_))->setText(easy ? QStringLiteral("Get-out price") : QStringLiteral("Stop loss"));
+    showType();
+}
+
+void TicketPanel::showType() {
+    auto* rows = qobject_cast<QFormLayout*>(pages_->widget(0)->layout());
+    const OrderType type = types[static_cast<std::size_t>(std::max(0, type_->currentIndex()))];
+    rows->setRowVisible(limit_, type == OrderType::limit || type == OrderType::stopLimit);
+    rows->setRowVisible(stop_, type == OrderType::stop || type == OrderType::stopLimit);
+    rows->setRowVisible(trail_, type == OrderType::trailingStop);
+    // Coins carry no exits; Tavix places those itself once the coins are held.
+    const bool coin = CryptoPair::isPair(model_.selectedSymbol());
+    rows->setRowVisible(target_, !coin);
+    rows->setRowVisible(getOut_, !coin);
+    qobject_cast<QLabel*>(rows->labelForField(quantity_))
+        ->setText(coin && model_.mode() == Mode::easy ? QStringLiteral("Dollars") : QStringLiteral("How much"));
+}
+
+void TicketPanel::showSymbol() {
+    const QString symbol = model_.selectedSymbol();
+    title_->setText(symbol.isEmpty() ? QStringLiteral("Trade") : QStringLiteral("Trade ") + symbol);
+    pages_->setCurrentIndex(0);
+    waitingForPreview_ = false;
+    setEnabled(!symbol.isEmpty());
+    showType();
+    prefill();
+}
+
+void TicketPanel::prefill() {
+    const auto& quotes = model_.quotes();
+    const auto quoted = quotes.find(model_.selectedSymbol());
+    target_->clear();
+    getOut_->clear();
+    if (quoted == quotes.end()) return;
+    const Decimal last = quoted->second.last;
+    target_->setText(priceText((last * (Decimal(1) + exitShare)).rounded(2)));
+    getOut_->setText(priceText((last * (Decimal(1) - exitShare)).rounded(2)));
+    limit_->setPlaceholderText(priceText(last));
+}
+
+void TicketPanel::start(bool buy) {
+    pages_->setCurrentIndex(0);
+    side_->setCurrentIndex(buy ? 0 : 1);
+    if (target_->text().isEmpty()) prefill();
+    quantity_->setFocus(Qt::ShortcutFocusReason);
+    quantity_->selectAll();
+}
+
+bool TicketPanel::confirming() const {
+    return pages_->currentIndex() == 1;
+}
+
+void TicketPanel::check() {
+    const QString symbol = model_.selectedSymbol();
+    if (symbol.isEmpty()) return;
+    const bool easy = model_.mode() == Mode::easy;
+    const bool coin = CryptoPair::isPair(symbol);
+    // Each box that holds text must read as a number; the first that doesn't is told.
+    const std::array<std::tuple<QLineEdit*, QString, QString>, 6> boxes = {{
+        {quantity_, coin && easy ? QStringLiteral("Dollars") : QStringLiteral("How much"), QStringLiteral("10")},
+        {limit_, QStringLiteral("Limit price"), QStringLiteral("182.50")},
+        {stop_, QStringLiteral("Stop price"), QStringLiteral("175.00")},
+        {trail_, QStringLiteral("Trail"), QStringLiteral("1.50")},
+        {target_, easy ? QStringLiteral("Sell price") : QStringLiteral("Take profit"), QStringLiteral("190.00")},
+        {getOut_, easy ? QStringLiteral("Get-out price") : QStringLiteral("Stop loss"), QStringLiteral("170.00")},
+    }};
+    for (const auto& [box, field, example] : boxes) {
+        if (!box->isVisibleTo(this)) continue;
+        if (auto problem = OrderTicket::unreadableProblem(field, box->text(), example)) {
+            model_.setBanner(problem);
+            box->setFocus();
+            return;
+        }
+    }
+    const auto number = [](QLineEdit* box) { return Decimal::parse(box->text().trimmed()); };
+    OrderRequest request;
+    request.symbol = symbol;
+    request.side = sides[static_cast<std::size_t>(std::max(0, side_->currentIndex()))];
+    request.type = types[static_cast<std::size_t>(std::max(0, type_->currentIndex()))];
+    request.quantity = number(quantity_).value_or(Decimal());
+    if (coin) {
+        request.assetType = AssetType::crypto;
+        request.timeInForce = TimeInForce::goodTillCancelled;
+        const auto quoted = model_.quotes().find(symbol);
+        // Easy mode buys coins by the dollar: so many dollars at the price now, to eight places.
+        if (easy && quoted != model_.quotes().end() && quoted->second.last.isPositive()) {
+            request.quantity = (request.quantity / quoted->second.last).rounded(8, Decimal::Rounding::down);
+        }
+    } else if (!easy) {
+        request.timeInForce = lastings[static_cast<std::size_t>(std::max(0, lasts_->currentIndex()))];
+        request.session = extended_->isChecked() ? OrderSession::extended : OrderSession::regular;
+    }
+    if (limit_->isVisibleTo(this)) request.limitPrice = number(limit_);
+    if (stop_->isVisibleTo(this)) request.stopPrice = number(stop_);
+    if (trail_->isVisibleTo(this)) request.trailAmount = number(trail_);
+    // Exits go with a buy (and with a short sale), not with a sale of what is held in easy mode.
+    const bool opening = request.side == OrderSide::buy || request.side == OrderSide::sellShort;
+    const auto target = !coin && (opening || !easy) ? number(target_) : std::nullopt;
+    const auto stop = !coin && (opening || !easy) ? number(getOut_) : std::nullopt;
+    model_.setTicket(request, target, stop);
+    waitingForPreview_ = true;
+    startModelTask(model_.buildPreview());
+}
+
+void TicketPanel::showTicket() {
+    const OrderTicket& ticket = model_.ticket();
+    if (waitingForPreview_ && !ticket.checking) {
+        waitingForPreview_ = false;
+        if (!ticket.preview) return;  // refused: the banner says why, the form stays as it was
+        const auto quoted = model_.quotes().find(ticket.request.symbol);
+        const std::optional<Decimal> price =
+            quoted == model_.quotes().end() ? std::nullopt : std::optional<Decimal>(quoted->second.last);
+        const bool open = model_.marketClock() ? model_.marketClock()->isOpen : true;
+        sentence_->setText(OrderTicket::checkSentence(*ticket.preview, ticket.targetExit, ticket.stopExit, price));
+        const QStringList notes = OrderTicket::checkNotes(*ticket.preview, open, price);
+        notes_->setText(notes.join(u'\n'));
+        notes_->setVisible(!notes.isEmpty());
+        pages_->setCurrentIndex(1);
+        send_->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void TicketPanel::send() {
+    if (!confirming()) return;
+    pages_->setCurrentIndex(0);
+    startModelTask(model_.submit());
+}
+
+void TicketPanel::back() {
+    pages_->setCurrentIndex(0);
+    quantity_->setFocus(Qt::OtherFocusReason);
+}
+
+void TicketPanel::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            confirming() ? send() : check();
+            event->accept();
+            return;
+        case Qt::Key_Escape:
+            if (confirming()) {
+                back();
+                event->accept();
+                return;
+            }
+            break;
+        default:
+            break;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+}  // namespace tavix
