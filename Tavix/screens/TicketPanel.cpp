@@ -126,6 +126,8 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
         if (field == AppModel::Field::mode) showMode();
         if (field == AppModel::Field::selectedSymbol) showSymbol();
         if (field == AppModel::Field::ticket) showTicket();
+        // The exits are prefilled once the first price of the symbol lands.
+        if (field == AppModel::Field::quotes && target_->text().isEmpty() && getOut_->text().isEmpty()) prefill();
     });
     showMode();
     showSymbol();
