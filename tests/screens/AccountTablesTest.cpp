@@ -56,6 +56,21 @@ TEST_F(AccountTablesTest, ShowWhatTheAccountHoldsAndItsOrdersInPlainWords) {
     EXPECT_FALSE(cell("orders", 0, OrdersTableModel::submittedColumn).isEmpty());
 }
 
+// A holding shows the exits that work on it by the part they play, in the mode's words.
+TEST(PositionCells, ExitsByTheirPart) {
+    Order entry{.symbol = QStringLiteral("AAPL"), .status = OrderStatus::filled, .quantity = Decimal(10)};
+    entry.legs = {Order{.symbol = QStringLiteral("AAPL"), .side = OrderSide::sell, .type = OrderType::limit,
+                        .status = OrderStatus::working, .quantity = Decimal(10), .limitPrice = Decimal(190)},
+                  Order{.symbol = QStringLiteral("AAPL"), .side = OrderSide::sell, .type = OrderType::stop,
+                        .status = OrderStatus::working, .quantity = Decimal(10), .stopPrice = Decimal(175)}};
+    const std::vector<Order> orders = {entry};
+    EXPECT_EQ(PositionsTableModel::exitsText(QStringLiteral("AAPL"), orders, Mode::easy),
+              QStringLiteral("Sell price 190.00 · Get-out 175.00 STP"));
+    EXPECT_EQ(PositionsTableModel::exitsText(QStringLiteral("AAPL"), orders, Mode::expert),
+              QStringLiteral("Take profit 190.00 · Stop loss 175.00 STP"));
+    EXPECT_EQ(PositionsTableModel::exitsText(QStringLiteral("MSFT"), orders, Mode::easy), QString());
+}
+
 TEST(OrderCells, MoneyOrdersAndPercentTrailsShowWhatWasAsked) {
     Order byMoney{.quantity = *Decimal::parse("2.1345"), .notional = Decimal(500)};
     EXPECT_EQ(OrdersTableModel::quantityCell(byMoney), moneyText(Decimal(500)));
