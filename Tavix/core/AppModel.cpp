@@ -241,6 +241,13 @@ void AppModel::clearAccountState() {
     quoteProblem_.reset();
     write(linkShaky_, false, Field::linkShaky);
     write(linkSlow_, false, Field::linkSlow);
+    // The ticket's preview and any send or cancel under way were for the account that was left:
+    // their answers are dropped when they come.
+    ticket_.preview.reset();
+    ticket_.checking = false;
+    ticket_.sending = false;
+    ticket_.cancelling.clear();
+    Q_EMIT changed(Field::ticket);
 }
 
 void AppModel::setMode(Mode mode) {

@@ -52,7 +52,7 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
       type_(new QComboBox),
       limit_(numberBox("ticketLimit", QStringLiteral("182.50"))),
       stop_(numberBox("ticketStop", QStringLiteral("175.00"))),
-      trail_(numberBox("ticketTrail", QStringLiteral("1.50"))),
+      trail_(numberBox("ticketTrail", QStringLiteral("1.50 or 2%"))),
       lasts_(new QComboBox),
       extended_(new QCheckBox(QStringLiteral("Extended hours"))),
       target_(numberBox("ticketTarget", QString())),
@@ -85,7 +85,8 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
     rows->addRow(QStringLiteral("Type"), type_);
     rows->addRow(QStringLiteral("Limit price"), limit_);
     rows->addRow(QStringLiteral("Stop price"), stop_);
-    rows->addRow(QStringLiteral("Trail ($)"), trail_);
+    rows->addRow(QStringLiteral("Trail"), trail_);
+    trail_->setToolTip(QStringLiteral("Dollars behind the best price, or a percent of the price now (\"2%\")."));
     rows->addRow(QStringLiteral("Lasts"), lasts_);
     rows->addRow(QString(), extended_);
     rows->addRow(QStringLiteral("Sell price"), target_);
@@ -215,9 +216,14 @@ void TicketPanel::check() {
         {target_, easy ? QStringLiteral("Sell price") : QStringLiteral("Take profit"), QStringLiteral("190.00")},
         {getOut_, easy ? QStringLiteral("Get-out price") : QStringLiteral("Stop loss"), QStringLiteral("170.00")},
     }};
+    const auto quoted = model_.quotes().find(symbol);
+    const std::optional<Decimal> priceNow =
+        quoted == model_.quotes().end() ? std::nullopt : std::optional<Decimal>(quoted->second.last);
     for (const auto& [box, field, example] : boxes) {
         if (!box->isVisibleTo(this)) continue;
-        if (auto problem = OrderTicket::unreadableProblem(field, box->text(), example)) {
+        QString text = box->text().trimmed();
+        if (box == trail_ && text.endsWith(u'%')) text.chop(1);  // a trail may be a percent
+        if (auto problem = OrderTicket::unreadableProblem(field, text, example)) {
             model_.setBanner(problem);
             box->setFocus();
             return;
@@ -232,7 +238,6 @@ void TicketPanel::check() {
     if (coin) {
         request.assetType = AssetType::crypto;
         request.timeInForce = TimeInForce::goodTillCancelled;
-        const auto quoted = model_.quotes().find(symbol);
         // Easy mode buys coins by the dollar: so many dollars at the price now, to eight places.
         if (easy && quoted != model_.quotes().end() && quoted->second.last.isPositive()) {
             request.quantity = (request.quantity / quoted->second.last).rounded(8, Decimal::Rounding::down);
@@ -243,7 +248,17 @@ void TicketPanel::check() {
     }
     if (limit_->isVisibleTo(this)) request.limitPrice = number(limit_);
     if (stop_->isVisibleTo(this)) request.stopPrice = number(stop_);
-    if (trail_->isVisibleTo(this)) request.trailAmount = number(trail_);
+    if (trail_->isVisibleTo(this)) {
+        QString trail = trail_->text().trimmed();
+        if (trail.endsWith(u'%')) {
+            // A percent of the price now, in whole cents: the broker takes the trail in dollars.
+            trail.chop(1);
+            const auto share = Decimal::parse(trail);
+            if (share && priceNow) request.trailAmount = (*priceNow * *share / Decimal(100)).rounded(2);
+        } else {
+            request.trailAmount = Decimal::parse(trail);
+        }
+    }
     // Exits go with a buy (and with a short sale), not with a sale of what is held in easy mode.
     const bool opening = request.side == OrderSide::buy || request.side == OrderSide::sellShort;
     const auto target = !coin && (opening || !easy) ? number(target_) : std::nullopt;

@@ -34,6 +34,11 @@ public:
         std::vector<Candle> read = co_await MockBroker::candles(std::move(symbol), interval, range);
         co_return read;
     }
+    QCoro::Task<Order> placeOrder(OrderRequest request, QString accountID) override {
+        co_await placings.pass();
+        Order placed = co_await MockBroker::placeOrder(std::move(request), std::move(accountID));
+        co_return placed;
+    }
     // Counts quote reads, so a test can see how often the loops poll.
     QCoro::Task<std::map<QString, Quote>> quotes(QStringList symbols) override {
         ++quoteReads;
@@ -62,6 +67,7 @@ public:
     Gates balanceReads;
     Gates candleReads;
     Gates listReads;
+    Gates placings;
     int listReadCount = 0;
     std::optional<BrokerError> readError;
     std::optional<BrokerError> searchError;

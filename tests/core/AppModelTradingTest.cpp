@@ -167,5 +167,50 @@ TEST_F(AppModelTradingTest, RefusalsGoToTheBannerAndSendNothing) {
     EXPECT_TRUE(m.banner().has_value());
 }
 
+// An order whose answer comes after the account was switched is dropped: no report, and the ticket
+// is free again.
+TEST_F(AppModelTradingTest, ASwitchOfAccountDuringASendDropsItsAnswer) {
+    AppModel& m = startOn(QStringLiteral("AAPL"));
+    practice->placings.holding = true;
+    m.setTicket(limitBuy("AAPL", "1", "90"));
+    QCoro::Task<void> sending = m.submit();
+    ASSERT_TRUE(eventually([&] { return practice->placings.count() == 1; }));
+    EXPECT_TRUE(m.ticket().sending);
+    await(m.useAccount(BrokerID::mock()));
+    EXPECT_FALSE(m.ticket().sending);
+    const auto bannerBefore = m.banner();
+    practice->placings.openAll();
+    await(std::move(sending));
+    EXPECT_EQ(m.banner(), bannerBefore);
+    EXPECT_FALSE(m.ticket().lastSent.has_value());
+}
+
+// The same path against the loopback Alpaca: a buy with both exits goes out as a bracket, exits on
+// shares already held as one OCO pair.
+TEST_F(AppModelTradingTest, AlpacaTakesABracketAndAnExitPair) {
+    fakeAlpaca();
+    AppModel& m = started();
+    ASSERT_EQ(await(m.connectAlpaca(alpacaFake->key, alpacaFake->secret)), std::nullopt);
+    m.switchTo(QStringLiteral("AAPL"));
+    alpacaFake->clearRequests();
+
+    m.setTicket(limitBuy("AAPL", "2", "180"), dec("195"), dec("170"));
+    await(m.submit());
+    auto sent = alpacaFake->requests("POST", QStringLiteral("/v2/orders"));
+    ASSERT_EQ(sent.size(), 1u) << m.banner().value_or(QString()).toStdString();
+    EXPECT_EQ(sent[0].json().at("order_class").stringUtf8(), "bracket");
+    EXPECT_EQ(sent[0].json().at("take_profit").at("limit_price").stringUtf8(), "195");
+    EXPECT_EQ(sent[0].json().at("stop_loss").at("stop_price").stringUtf8(), "170");
+
+    // The fake holds 10 AAPL: exits on them are one OCO order.
+    OrderRequest exits = limitBuy("AAPL", "10", "195");
+    exits.side = OrderSide::sell;
+    m.setTicket(exits, dec("195"), dec("170"));
+    await(m.submit());
+    sent = alpacaFake->requests("POST", QStringLiteral("/v2/orders"));
+    ASSERT_EQ(sent.size(), 2u) << m.banner().value_or(QString()).toStdString();
+    EXPECT_EQ(sent[1].json().at("order_class").stringUtf8(), "oco");
+}
+
 }  // namespace
 }  // namespace tavix::test
