@@ -100,6 +100,7 @@ public:
         candles,
         chartProblem,
         ticket,
+        optionChain,
         banner,
         rideWatches,
         contractWatches,
@@ -208,6 +209,9 @@ public:
     QCoro::Task<void> cancel(Order order, bool linked);
     // Moves a working order to a new price (its limit, or its stop for a stop order).
     QCoro::Task<void> moveOrder(Order order, std::optional<Decimal> price);
+    // The selected symbol's option contracts (of one expiry, or the nearest when none is named).
+    const std::vector<OptionContract>& optionChain() const { return optionChain_; }
+    QCoro::Task<void> loadOptionChain(std::optional<Date> expiry = std::nullopt);
     // Cancels the orders Tavix's own automations keep on a symbol, so a new order does not collide
     // with them.
     QCoro::Task<void> clearTavixOrders(QString symbol);
@@ -378,6 +382,7 @@ private:
     std::vector<Candle> candles_;
     std::optional<QString> chartProblem_;
     OrderTicket ticket_;
+    std::vector<OptionContract> optionChain_;
     std::optional<Date> candlesReadAt_;
     std::optional<QString> banner_;
     Json::Array rideWatches_;

@@ -51,6 +51,7 @@ void AppModel::switchTo(const QString& symbol) {
     // A fresh ticket for the new symbol; the old one's preview and report go with it.
     ticket_ = OrderTicket::fresh(wanted);
     Q_EMIT changed(Field::ticket);
+    write(optionChain_, std::vector<OptionContract>(), Field::optionChain);
     write(candles_, std::vector<Candle>(), Field::candles);
     write(chartProblem_, std::optional<QString>(), Field::chartProblem);
     candlesReadAt_.reset();

@@ -165,6 +165,24 @@ QCoro::Task<void> AppModel::moveOrder(Order order, std::optional<Decimal> price)
     if (!problem) co_await refreshAccount();
 }
 
+QCoro::Task<void> AppModel::loadOptionChain(std::optional<Date> expiry) {
+    QPointer<AppModel> self(this);
+    std::shared_ptr<Broker> broker = broker_;
+    const QString symbol = selectedSymbol_;
+    if (!broker || symbol.isEmpty()) co_return;
+    const std::uint64_t generation = accountGeneration_;
+    std::vector<OptionContract> chain;
+    try {
+        chain = co_await broker->optionChain(symbol, expiry);
+    } catch (const BrokerError& error) {
+        if (self && generation == accountGeneration_) setBanner(error.description());
+        co_return;
+    }
+    // A chain for a symbol or account no longer shown is dropped.
+    if (!self || generation != accountGeneration_ || symbol != selectedSymbol_) co_return;
+    write(optionChain_, std::move(chain), Field::optionChain);
+}
+
 QCoro::Task<void> AppModel::clearTavixOrders(QString symbol) {
     QPointer<AppModel> self(this);
     std::shared_ptr<Broker> broker = broker_;

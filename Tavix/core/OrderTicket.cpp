@@ -4,6 +4,7 @@
 #include "core/OrderWords.h"
 #include "core/PriceText.h"
 #include "market/CryptoPair.h"
+#include "market/OptionSymbol.h"
 
 #include <algorithm>
 
@@ -87,6 +88,11 @@ std::optional<QString> OrderTicket::limitRefusal(const SafetyLimits& limits, con
 
 std::optional<QString> OrderTicket::offScreenProblem(const OrderRequest& request, const QString& onScreen) {
     if (request.symbol == onScreen) return std::nullopt;
+    // A contract is traded from its underlying's chart.
+    if (request.assetType == AssetType::option) {
+        const auto contract = OptionSymbol::parse(request.symbol);
+        if (contract && contract->underlying == onScreen) return std::nullopt;
+    }
     return QStringLiteral("That order was on ") + request.symbol + QStringLiteral(". The ticket is on ") + onScreen +
            QStringLiteral(" now: check it again.");
 }

@@ -4,10 +4,14 @@
 #include "core/OrderWords.h"
 #include "core/PriceText.h"
 #include "market/CryptoPair.h"
+#include "market/OptionSymbol.h"
 #include "screens/ModelTask.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDateTime>
+#include <QSignalBlocker>
+#include <QTimeZone>
 #include <QFormLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -16,6 +20,7 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
 #include <tuple>
 
@@ -47,6 +52,10 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
       model_(model),
       title_(new QLabel),
       pages_(new QStackedWidget),
+      what_(new QComboBox),
+      expiry_(new QComboBox),
+      right_(new QComboBox),
+      strike_(new QComboBox),
       side_(new QComboBox),
       quantity_(numberBox("ticketQuantity", QStringLiteral("1"))),
       type_(new QComboBox),
@@ -80,6 +89,16 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
     type_->setObjectName(QStringLiteral("ticketType"));
     lasts_->setObjectName(QStringLiteral("ticketLasts"));
     for (const char* word : {"Market", "Limit", "Stop", "Stop limit", "Trailing stop"}) type_->addItem(QString::fromLatin1(word));
+    what_->setObjectName(QStringLiteral("ticketWhat"));
+    expiry_->setObjectName(QStringLiteral("ticketExpiry"));
+    right_->setObjectName(QStringLiteral("ticketRight"));
+    strike_->setObjectName(QStringLiteral("ticketStrike"));
+    what_->addItems({QStringLiteral("Shares"), QStringLiteral("Options")});
+    right_->addItems({QStringLiteral("Calls"), QStringLiteral("Puts")});
+    rows->addRow(QStringLiteral("Trade"), what_);
+    rows->addRow(QStringLiteral("Expires"), expiry_);
+    rows->addRow(QStringLiteral("Kind"), right_);
+    rows->addRow(QStringLiteral("Strike"), strike_);
     rows->addRow(QStringLiteral("Side"), side_);
     rows->addRow(QStringLiteral("How much"), quantity_);
     rows->addRow(QStringLiteral("Type"), type_);
@@ -123,9 +142,20 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
     QObject::connect(send_, &QPushButton::clicked, this, &TicketPanel::send);
     QObject::connect(back_, &QPushButton::clicked, this, &TicketPanel::back);
     QObject::connect(type_, &QComboBox::currentIndexChanged, this, &TicketPanel::showType);
+    QObject::connect(what_, &QComboBox::currentIndexChanged, this, &TicketPanel::showWhat);
+    QObject::connect(right_, &QComboBox::currentIndexChanged, this, &TicketPanel::showChain);
+    QObject::connect(expiry_, &QComboBox::activated, this, [this] {
+        // Another expiry reads that expiry's contracts.
+        const QVariant day = expiry_->currentData();
+        if (day.isValid()) startModelTask(model_.loadOptionChain(Date(day.toDouble())));
+    });
+    QObject::connect(strike_, &QComboBox::currentIndexChanged, this, [this] {
+        if (const OptionContract* contract = chosenContract()) limit_->setText(priceText(contract->buyPrice()));
+    });
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
         if (field == AppModel::Field::mode) showMode();
         if (field == AppModel::Field::selectedSymbol) showSymbol();
+        if (field == AppModel::Field::optionChain) showChain();
         if (field == AppModel::Field::ticket) showTicket();
         // The exits are prefilled once the first price of the symbol lands.
         if (field == AppModel::Field::quotes && target_->text().isEmpty() && getOut_->text().isEmpty()) prefill();
@@ -162,10 +192,66 @@ void TicketPanel::showType() {
     rows->setRowVisible(trail_, type == OrderType::trailingStop);
     // Coins carry no exits; Tavix places those itself once the coins are held.
     const bool coin = CryptoPair::isPair(model_.selectedSymbol());
-    rows->setRowVisible(target_, !coin);
-    rows->setRowVisible(getOut_, !coin);
+    // Exits on a contract need Tavix to watch it; they are not offered here yet.
+    const bool options = what_->currentIndex() == 1;
+    rows->setRowVisible(target_, !coin && !options);
+    rows->setRowVisible(getOut_, !coin && !options);
     qobject_cast<QLabel*>(rows->labelForField(quantity_))
         ->setText(coin && model_.mode() == Mode::easy ? QStringLiteral("Dollars") : QStringLiteral("How much"));
+}
+
+void TicketPanel::showWhat() {
+    auto* rows = qobject_cast<QFormLayout*>(pages_->widget(0)->layout());
+    const bool options = what_->currentIndex() == 1;
+    for (QWidget* chainBox : {static_cast<QWidget*>(expiry_), static_cast<QWidget*>(right_), static_cast<QWidget*>(strike_)}) {
+        rows->setRowVisible(chainBox, options);
+    }
+    if (options) {
+        // Contracts are bought at a limit, from the chain's ask; exits on a contract come later.
+        type_->setCurrentIndex(1);
+        if (model_.optionChain().empty()) startModelTask(model_.loadOptionChain());
+    }
+    showType();
+    qobject_cast<QLabel*>(rows->labelForField(quantity_))->setText(options ? QStringLiteral("Contracts") : QStringLiteral("How much"));
+}
+
+void TicketPanel::showChain() {
+    const auto& chain = model_.optionChain();
+    const QVariant keptExpiry = expiry_->currentData();
+    QSignalBlocker quiet(expiry_);
+    expiry_->clear();
+    std::vector<double> days;
+    for (const OptionContract& contract : chain) {
+        const double at = contract.expiry.secondsSince1970();
+        if (std::find(days.begin(), days.end(), at) == days.end()) days.push_back(at);
+    }
+    std::sort(days.begin(), days.end());
+    for (const double at : days) {
+        expiry_->addItem(QDateTime::fromSecsSinceEpoch(static_cast<qint64>(at), QTimeZone::utc()).toString(QStringLiteral("ddd d MMM yyyy")), at);
+    }
+    const int kept = expiry_->findData(keptExpiry);
+    expiry_->setCurrentIndex(kept >= 0 ? kept : 0);
+    const OptionRight right = right_->currentIndex() == 0 ? OptionRight::call : OptionRight::put;
+    const QString keptStrike = strike_->currentData().toString();
+    QSignalBlocker quietStrikes(strike_);
+    strike_->clear();
+    for (const OptionContract& contract : chain) {
+        if (contract.right != right || contract.expiry.secondsSince1970() != expiry_->currentData().toDouble()) continue;
+        const QString quote = (contract.bid ? priceText(*contract.bid) : QStringLiteral("—")) + QStringLiteral(" / ") +
+                              (contract.ask ? priceText(*contract.ask) : QStringLiteral("—"));
+        strike_->addItem(priceText(contract.strike) + QStringLiteral("   bid/ask ") + quote, contract.id);
+    }
+    const int again = strike_->findData(keptStrike);
+    strike_->setCurrentIndex(again >= 0 ? again : strike_->count() / 2);
+    if (const OptionContract* contract = chosenContract()) limit_->setText(priceText(contract->buyPrice()));
+}
+
+const OptionContract* TicketPanel::chosenContract() const {
+    const QString id = strike_->currentData().toString();
+    for (const OptionContract& contract : model_.optionChain()) {
+        if (contract.id == id) return &contract;
+    }
+    return nullptr;
 }
 
 void TicketPanel::showSymbol() {
@@ -174,7 +260,12 @@ void TicketPanel::showSymbol() {
     pages_->setCurrentIndex(0);
     waitingForPreview_ = false;
     setEnabled(!symbol.isEmpty());
-    showType();
+    // Options are for stocks and funds, on brokers that list them.
+    const bool stock = !symbol.isEmpty() && !CryptoPair::isPair(symbol) && !OptionSymbol::parse(symbol);
+    auto* rows = qobject_cast<QFormLayout*>(pages_->widget(0)->layout());
+    rows->setRowVisible(what_, stock);
+    what_->setCurrentIndex(0);
+    showWhat();
     prefill();
 }
 
@@ -246,7 +337,19 @@ void TicketPanel::check() {
         request.timeInForce = lastings[static_cast<std::size_t>(std::max(0, lasts_->currentIndex()))];
         request.session = extended_->isChecked() ? OrderSession::extended : OrderSession::regular;
     }
-    if (limit_->isVisibleTo(this)) request.limitPrice = number(limit_);
+    if (what_->currentIndex() == 1 && what_->isVisibleTo(this)) {
+        const OptionContract* contract = chosenContract();
+        if (!contract) {
+            model_.setBanner(QStringLiteral("Choose an expiry and a strike first."));
+            return;
+        }
+        request.symbol = contract->id;
+        request.assetType = AssetType::option;
+        request.type = OrderType::limit;
+        request.timeInForce = TimeInForce::day;
+        request.session = OrderSession::regular;
+    }
+    if (limit_->isVisibleTo(this) || request.assetType == AssetType::option) request.limitPrice = number(limit_);
     if (stop_->isVisibleTo(this)) request.stopPrice = number(stop_);
     if (trail_->isVisibleTo(this)) {
         QString trail = trail_->text().trimmed();

@@ -44,10 +44,18 @@ private:
     void showTicket();
     void showType();
     void prefill();
+    void showWhat();
+    void showChain();
+    // The contract the chain boxes name, or nothing.
+    const struct OptionContract* chosenContract() const;
 
     AppModel& model_;
     QLabel* title_;
     QStackedWidget* pages_;
+    QComboBox* what_;    // shares (or coins) or options
+    QComboBox* expiry_;  // the chain's expiries
+    QComboBox* right_;   // calls or puts
+    QComboBox* strike_;  // strikes with their bid and ask
     QComboBox* side_;
     QLineEdit* quantity_;
     QComboBox* type_;

@@ -112,5 +112,23 @@ TEST_F(TradeByHandTest, PlaceMoveAndCancelALimitBuyThenBuyACoin) {
     })) << model->banner().value_or(QString()).toStdString();
 }
 
+// A contract bought from the chain: expiry, calls or puts, a strike with its bid and ask, and how
+// many contracts; the check says it in contracts and the order goes out under the contract's symbol.
+TEST_F(TradeByHandTest, BuyACallFromTheChain) {
+    open();
+    press(Shortcuts::buy());
+    find<QComboBox>("ticketWhat")->setCurrentIndex(1);
+    ASSERT_TRUE(eventually([&] { return !model->optionChain().empty() && find<QComboBox>("ticketStrike")->count() > 0; }));
+    EXPECT_TRUE(find<QComboBox>("ticketStrike")->currentText().contains(QStringLiteral("bid/ask")));
+    type("ticketQuantity", QStringLiteral("1"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    ASSERT_TRUE(eventually([&] { return window->ticket()->confirming(); })) << model->banner().value_or(QString()).toStdString();
+    EXPECT_TRUE(text("ticketSentence").startsWith(QStringLiteral("Buys 1 contract of AAPL"))) << text("ticketSentence").toStdString();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    ASSERT_TRUE(eventually([&] { return !model->orders().empty(); })) << model->banner().value_or(QString()).toStdString();
+    EXPECT_EQ(model->orders().front().assetType, AssetType::option);
+    EXPECT_EQ(model->orders().front().symbol, find<QComboBox>("ticketStrike")->currentData().toString());
+}
+
 }  // namespace
 }  // namespace tavix::test
