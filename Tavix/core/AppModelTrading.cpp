@@ -20,7 +20,9 @@ void AppModel::setTicket(const OrderRequest& request, std::optional<Decimal> tar
 
 QCoro::Task<void> AppModel::buildPreview() {
     QPointer<AppModel> self(this);
-    const auto refuse = [this](const QString& why) {
+    const auto refuse = [this](QString why) {
+        // The shared order rules speak in fragments ("a limit order needs …"); the banner says a sentence.
+        if (!why.isEmpty()) why[0] = why[0].toUpper();
         ticket_.preview.reset();
         ticket_.checking = false;
         setBanner(why);
@@ -38,15 +40,25 @@ QCoro::Task<void> AppModel::buildPreview() {
         if (auto problem = request.shareProblem()) co_return refuse(*problem);
     }
     if (auto problem = request.pricingProblem()) co_return refuse(*problem);
-    if (auto problem = OrderTicket::againstHeldProblem(request, positions_, mode_)) co_return refuse(*problem);
-    const auto quoted = quotes_.find(request.symbol);
-    const Decimal value = OrderTicket::value(request, quoted == quotes_.end() ? nullptr : &quoted->second);
-    if (auto problem = OrderTicket::limitRefusal(limits_, value, OrderTicket::isOpening(request, positions_), balance_)) {
-        co_return refuse(*problem);
-    }
     std::shared_ptr<Broker> broker = broker_;
     if (!broker || !account_) co_return refuse(QStringLiteral("Tavix isn't connected to a broker yet. Try again in a moment."));
     const std::uint64_t generation = accountGeneration_;
+    // What is held now, read afresh: a fill since the last account read changes the answer.
+    std::vector<Position> held = positions_;
+    if (request.assetType == AssetType::equity) {
+        try {
+            held = co_await broker->positions(account_->id);
+        } catch (const BrokerError& error) {
+            logModelWarning(QStringLiteral("positions read before a preview failed: ") + error.description());
+        }
+        if (!self || generation != accountGeneration_) co_return;
+    }
+    if (auto problem = OrderTicket::againstHeldProblem(request, held, mode_)) co_return refuse(*problem);
+    const auto quoted = quotes_.find(request.symbol);
+    const Decimal value = OrderTicket::value(request, quoted == quotes_.end() ? nullptr : &quoted->second);
+    if (auto problem = OrderTicket::limitRefusal(limits_, value, OrderTicket::isOpening(request, held), balance_)) {
+        co_return refuse(*problem);
+    }
     ticket_.checking = true;
     Q_EMIT changed(Field::ticket);
     std::optional<OrderPreview> preview;

@@ -266,6 +266,7 @@ void TicketPanel::showSymbol() {
     rows->setRowVisible(what_, stock);
     what_->setCurrentIndex(0);
     showWhat();
+    if (quantity_->text().trimmed().isEmpty()) quantity_->setText(QStringLiteral("1"));
     prefill();
 }
 
