@@ -12,11 +12,6 @@ namespace tavix {
 
 namespace {
 
-bool buys(OrderSide side) {
-    return side == OrderSide::buy || side == OrderSide::buyToOpen || side == OrderSide::buyToClose ||
-           side == OrderSide::buyToCover;
-}
-
 Decimal heldOf(const std::vector<Position>& positions, const QString& symbol) {
     for (const Position& position : positions) {
         if (position.symbol == symbol) return position.quantity;
@@ -51,7 +46,7 @@ Decimal OrderTicket::value(const OrderRequest& request, const Quote* quote) {
     } else if (request.type == OrderType::stop && request.stopPrice) {
         price = request.stopPrice;
     } else if (quote) {
-        price = buys(request.side) ? quote->ask.value_or(quote->last) : quote->bid.value_or(quote->last);
+        price = isBuy(request.side) ? quote->ask.value_or(quote->last) : quote->bid.value_or(quote->last);
     }
     const Decimal each = price.value_or(Decimal());
     const Decimal size = request.assetType == AssetType::option ? Decimal(100) : Decimal(1);
@@ -60,7 +55,7 @@ Decimal OrderTicket::value(const OrderRequest& request, const Quote* quote) {
 
 bool OrderTicket::isOpening(const OrderRequest& request, const std::vector<Position>& positions) {
     const Decimal held = heldOf(positions, request.symbol);
-    if (buys(request.side)) return !held.isNegative() || request.quantity > held.abs();
+    if (isBuy(request.side)) return !held.isNegative() || request.quantity > held.abs();
     // A sale opens (or adds to) a short unless it only sells what is held.
     return !held.isPositive() || request.quantity > held;
 }
@@ -132,7 +127,7 @@ std::optional<QString> OrderTicket::unreadableProblem(const QString& field, cons
 std::optional<QString> OrderTicket::settleExpertTicket(const OrderRequest& request,
                                                        const std::vector<Position>& positions) {
     const bool exits = request.takeProfit || request.stopLoss;
-    const bool onHeld = !buys(request.side) && heldOf(positions, request.symbol).isPositive();
+    const bool onHeld = !isBuy(request.side) && heldOf(positions, request.symbol).isPositive();
     if (exits && onHeld && !(request.takeProfit && request.stopLoss)) {
         return QStringLiteral(
             "Exits on shares you hold go in as one OCO order, so it needs both a take profit and a stop loss.");
@@ -153,7 +148,7 @@ QString OrderTicket::checkSentence(const OrderPreview& preview, const std::optio
                (option ? (one ? QStringLiteral(" contract") : QStringLiteral(" contracts"))
                        : (one ? QStringLiteral(" share") : QStringLiteral(" shares")));
     }
-    QString sentence = (buys(r.side) ? QStringLiteral("Buys ") : QStringLiteral("Sells ")) + what +
+    QString sentence = (isBuy(r.side) ? QStringLiteral("Buys ") : QStringLiteral("Sells ")) + what +
                        QStringLiteral(" of ") + r.symbol;
     if (const auto each = preview.estimatedPrice ? preview.estimatedPrice : marketPrice) {
         sentence += QStringLiteral(" at about ") + moneyText(*each) + QStringLiteral(" each");
@@ -192,11 +187,11 @@ QStringList OrderTicket::checkNotes(const OrderPreview& preview, bool marketOpen
     if (r.type == OrderType::limit && r.limitPrice && marketPrice && marketPrice->isPositive()) {
         const Decimal gap = (*r.limitPrice - *marketPrice).abs();
         if (gap / *marketPrice > farShare) {
-            if (!buys(r.side) && *r.limitPrice > *marketPrice) {
+            if (!isBuy(r.side) && *r.limitPrice > *marketPrice) {
                 notes << QStringLiteral("This sale starts at ") + moneyText(*r.limitPrice) +
                              QStringLiteral(" and then takes at least ") + moneyText(gap) +
                              QStringLiteral(" over where it starts, so it may never fill.");
-            } else if (buys(r.side) && *r.limitPrice < *marketPrice) {
+            } else if (isBuy(r.side) && *r.limitPrice < *marketPrice) {
                 notes << QStringLiteral("This buy starts at ") + moneyText(*r.limitPrice) +
                              QStringLiteral(" and then pays at most ") + moneyText(gap) +
                              QStringLiteral(" under where it starts, so it may never fill.");
@@ -207,7 +202,7 @@ QStringList OrderTicket::checkNotes(const OrderPreview& preview, bool marketOpen
 }
 
 QString OrderTicket::sentReport(const Order& order, Mode mode) {
-    const bool buying = buys(order.side);
+    const bool buying = isBuy(order.side);
     const QString how = OrderWords::easyCount(order) + QStringLiteral(" of ") + order.symbol;
     switch (order.status) {
         case OrderStatus::partiallyFilled:

@@ -8,11 +8,6 @@ namespace tavix::OrderWords {
 
 namespace {
 
-bool buys(OrderSide side) {
-    return side == OrderSide::buy || side == OrderSide::buyToOpen || side == OrderSide::buyToClose ||
-           side == OrderSide::buyToCover;
-}
-
 bool isStopType(OrderType type) {
     return type == OrderType::stop || type == OrderType::stopLimit;
 }
@@ -21,9 +16,9 @@ bool isStopType(OrderType type) {
 
 Role role(const Order& order, const Order* parent) {
     if (order.type == OrderType::trailingStop) return Role::trailingGetOut;
-    if (isStopType(order.type) && (parent || !buys(order.side))) return Role::getOut;
+    if (isStopType(order.type) && (parent || !isBuy(order.side))) return Role::getOut;
     if (order.side == OrderSide::buyToCover || order.side == OrderSide::buyToClose) return Role::buyBack;
-    if (parent) return buys(order.side) ? Role::buyBack : Role::sellPrice;
+    if (parent) return isBuy(order.side) ? Role::buyBack : Role::sellPrice;
     return Role::plain;
 }
 
@@ -35,10 +30,10 @@ QString side(const Order& order, Role role, bool past) {
     if (role == Role::buyBack || order.side == OrderSide::buyToCover || order.side == OrderSide::buyToClose) {
         return past ? QStringLiteral("Bought back") : QStringLiteral("Buy back");
     }
-    if (order.side == OrderSide::sellShort || order.side == OrderSide::sellToOpen) {
+    if (opensShort(order.side)) {
         return past ? QStringLiteral("Sold short") : QStringLiteral("Sell short");
     }
-    if (buys(order.side)) return past ? QStringLiteral("Bought") : QStringLiteral("Buy");
+    if (isBuy(order.side)) return past ? QStringLiteral("Bought") : QStringLiteral("Buy");
     return past ? QStringLiteral("Sold") : QStringLiteral("Sell");
 }
 
