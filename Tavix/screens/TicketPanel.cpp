@@ -153,7 +153,7 @@ TicketPanel::TicketPanel(AppModel& model, QWidget* parent)
         if (const OptionContract* contract = chosenContract()) limit_->setText(priceText(contract->buyPrice()));
     });
     QObject::connect(&model_, &AppModel::changed, this, [this](AppModel::Field field) {
-        if (field == AppModel::Field::mode) showMode();
+        if (field == AppModel::Field::mode || field == AppModel::Field::brokerName) showMode();
         if (field == AppModel::Field::selectedSymbol) showSymbol();
         if (field == AppModel::Field::optionChain) showChain();
         if (field == AppModel::Field::ticket) showTicket();
@@ -175,9 +175,13 @@ void TicketPanel::showMode() {
     lasts_->clear();
     for (const TimeInForce lasting : lastings) lasts_->addItem(OrderWords::lasts(lasting, model_.mode()));
     auto* rows = qobject_cast<QFormLayout*>(pages_->widget(0)->layout());
-    for (QWidget* expertOnly : {static_cast<QWidget*>(type_), static_cast<QWidget*>(lasts_), static_cast<QWidget*>(extended_)}) {
+    for (QWidget* expertOnly : {static_cast<QWidget*>(type_), static_cast<QWidget*>(lasts_)}) {
         rows->setRowVisible(expertOnly, !easy);
     }
+    // Extended hours only where the broker trades them.
+    const Broker* broker = model_.broker();
+    rows->setRowVisible(extended_, !easy && broker && broker->supports(BrokerCapabilities::extendedHours()));
+    if (!rows->isRowVisible(extended_)) extended_->setChecked(false);
     if (easy) type_->setCurrentIndex(0);
     qobject_cast<QLabel*>(rows->labelForField(target_))->setText(easy ? QStringLiteral("Sell price") : QStringLiteral("Take profit"));
     qobject_cast<QLabel*>(rows->labelForField(getOut_))->setText(easy ? QStringLiteral("Get-out price") : QStringLiteral("Stop loss"));
