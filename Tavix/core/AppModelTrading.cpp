@@ -2,6 +2,7 @@
 
 #include "core/ModelLog.h"
 #include "core/OrderWords.h"
+#include "market/CryptoPair.h"
 
 #include <QPointer>
 
@@ -103,6 +104,13 @@ QCoro::Task<void> AppModel::submit() {
     if (!broker || !account_) co_return refuse(QStringLiteral("Tavix isn't connected to a broker yet. Try again in a moment."));
     const std::uint64_t generation = accountGeneration_;
     const QString accountID = account_->id;
+    const auto heldOf = [this](const QString& symbol) {
+        for (const Position& position : positions_) {
+            if (position.symbol == symbol) return position.quantity;
+        }
+        return Decimal();
+    };
+    const Decimal heldBefore = heldOf(request.symbol);
     co_await clearTavixOrders(request.symbol);
     if (!self || generation != accountGeneration_) co_return;
 
@@ -126,6 +134,14 @@ QCoro::Task<void> AppModel::submit() {
     Q_EMIT changed(Field::ticket);
     setBanner(report);
     co_await refreshAccount();
+    if (!self || generation != accountGeneration_) co_return;
+    // A coin bought whose fee came out of the coin leaves less than was bought: say what is held.
+    if (request.assetType == AssetType::crypto && isBuy(request.side) && placed->status == OrderStatus::filled) {
+        const Decimal held = heldOf(request.symbol);
+        if (held < heldBefore + placed->filledQuantity) {
+            setBanner(report + u' ' + OrderTicket::coinFeeNote(held, CryptoPair::baseOf(request.symbol).value_or(request.symbol)) + u'.');
+        }
+    }
 }
 
 QCoro::Task<void> AppModel::cancel(Order order, bool linked) {

@@ -212,5 +212,23 @@ TEST_F(AppModelTradingTest, AlpacaTakesABracketAndAnExitPair) {
     EXPECT_EQ(sent[1].json().at("order_class").stringUtf8(), "oco");
 }
 
+// A coin bought whose fee came out of the coin: the report says what is held now.
+TEST_F(AppModelTradingTest, ACoinsFeeTakenFromTheCoinIsTold) {
+    fakeAlpaca();
+    AppModel& m = started();
+    ASSERT_EQ(await(m.connectAlpaca(alpacaFake->key, alpacaFake->secret)), std::nullopt);
+    m.switchTo(QStringLiteral("BTC/USD"));
+    // Filled at once; the fake's holding stays 0.0499875 BTC, less than it held plus what filled.
+    Json filled = FakeAlpaca::order(QStringLiteral("c0ffee00-0000-4000-8000-000000000001"), QStringLiteral("BTC/USD"),
+                                    QStringLiteral("buy"), QStringLiteral("market"), QStringLiteral("0.01"),
+                                    QStringLiteral("filled"));
+    alpacaFake->stage(FakeAlpaca::on("POST", QStringLiteral("/v2/orders")), HttpResponse::json(200, filled));
+    m.setTicket(coinBuy("0.01"));
+    await(m.submit());
+    ASSERT_TRUE(m.banner());
+    EXPECT_TRUE(m.banner()->endsWith(QStringLiteral(" The fee came out of the coin: you hold 0.0499875 BTC.")))
+        << m.banner()->toStdString();
+}
+
 }  // namespace
 }  // namespace tavix::test
