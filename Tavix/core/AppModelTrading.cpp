@@ -6,6 +6,8 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 #include <utility>
 
 namespace tavix {
@@ -152,6 +154,19 @@ QCoro::Task<void> AppModel::cancel(Order order, bool linked) {
     const QString accountID = account_->id;
     ticket_.cancelling.insert(order.id);
     Q_EMIT changed(Field::ticket);
+    // The exits linked to it: the other open legs under the same order. Some brokers cancel them
+    // with it; where one is left working, it is cancelled here so neither exit stays alone.
+    std::vector<QString> linkedIDs;
+    if (linked) {
+        for (const Order& parent : orders_) {
+            const bool under = std::any_of(parent.legs.begin(), parent.legs.end(),
+                                           [&](const Order& leg) { return leg.id == order.id; });
+            if (!under) continue;
+            for (const Order& leg : parent.legs) {
+                if (leg.id != order.id && leg.isOpen()) linkedIDs.push_back(leg.id);
+            }
+        }
+    }
     std::optional<QString> problem;
     try {
         co_await broker->cancelOrder(order.id, accountID);
@@ -159,6 +174,18 @@ QCoro::Task<void> AppModel::cancel(Order order, bool linked) {
         problem = error.description();
     }
     if (!self || generation != accountGeneration_) co_return;
+    if (!problem) {
+        for (const QString& id : linkedIDs) {
+            try {
+                co_await broker->cancelOrder(id, accountID);
+            } catch (const BrokerError& error) {
+                // Already cancelled with its partner, as brokers that link exits do.
+                logModelInfo(QStringLiteral("linked exit ") + id + QStringLiteral(" not cancelled again: ") +
+                             error.description());
+            }
+            if (!self || generation != accountGeneration_) co_return;
+        }
+    }
     ticket_.cancelling.erase(order.id);
     Q_EMIT changed(Field::ticket);
     if (problem) {

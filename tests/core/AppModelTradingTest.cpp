@@ -185,6 +185,21 @@ TEST_F(AppModelTradingTest, ASwitchOfAccountDuringASendDropsItsAnswer) {
     EXPECT_FALSE(m.ticket().lastSent.has_value());
 }
 
+// Exits the broker links go together: cancelling one says so, and neither is left working.
+TEST_F(AppModelTradingTest, LinkedExitsAreCancelledTogether) {
+    AppModel& m = startOn(QStringLiteral("AAPL"));
+    OrderRequest buy{.symbol = QStringLiteral("AAPL"), .quantity = Decimal(2)};
+    m.setTicket(buy, dec("120"), dec("80"));
+    await(m.submit());
+    ASSERT_TRUE(eventually([&] {
+        await(m.refreshAccount());
+        return !m.orders().empty() && m.orders().front().legs.size() == 2 && m.orders().front().legs[0].isOpen();
+    })) << m.banner().value_or(QString()).toStdString();
+    await(m.cancel(m.orders().front().legs[0], true));
+    EXPECT_EQ(m.banner(), QStringLiteral("Cancelled both exits on AAPL: they're linked, so one can't go alone."));
+    for (const Order& leg : m.orders().front().legs) EXPECT_FALSE(leg.isOpen());
+}
+
 // The same path against the loopback Alpaca: a buy with both exits goes out as a bracket, exits on
 // shares already held as one OCO pair.
 TEST_F(AppModelTradingTest, AlpacaTakesABracketAndAnExitPair) {
