@@ -7,6 +7,7 @@ packages=(
   qt6-base-dev qt6-svg-dev qt6-websockets-dev qcoro-qt6-dev qtkeychain-qt6-dev libgl1-mesa-dev
   rapidjson-dev libgtest-dev libgmock-dev libbenchmark-dev libintelrdfpmath-dev
   libsecret-1-0 gnome-keyring dbus xvfb xauth
+  nodejs npm
 )
 
 missing=()

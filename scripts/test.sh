@@ -5,6 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
+# The official MCP client the plug is tested with, at the version the lock file pins.
+(cd tests/mcp-client && npm ci --no-audit --no-fund --loglevel=error)
 # Let ccache share results between clones in different folders (CI builds in a fresh clone).
 export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 cmake --preset dev >/dev/null
