@@ -7,8 +7,11 @@ packages=(
   qt6-base-dev qt6-svg-dev qt6-websockets-dev qcoro-qt6-dev qtkeychain-qt6-dev libgl1-mesa-dev
   rapidjson-dev libgtest-dev libgmock-dev libbenchmark-dev libintelrdfpmath-dev
   libsecret-1-0 gnome-keyring dbus xvfb xauth
-  nodejs npm
 )
+# Node.js and npm run the official MCP client in the tests. Debian's packages, unless the computer
+# already has them from elsewhere (NodeSource's nodejs carries its own npm and refuses Debian's).
+command -v node >/dev/null 2>&1 || packages+=(nodejs)
+command -v npm >/dev/null 2>&1 || packages+=(npm)
 
 missing=()
 for p in "${packages[@]}"; do
