@@ -67,6 +67,13 @@ quint16 Plug::port() const {
     return bound;
 }
 
+std::size_t Plug::openConnections() const {
+    std::size_t open = 0;
+    QMetaObject::invokeMethod(worker_, [&open, worker = worker_] { open = worker->openConnections(); },
+                              Qt::BlockingQueuedConnection);
+    return open;
+}
+
 void Plug::closing() {
     closing_ = true;
 }

@@ -67,6 +67,8 @@ public:
     void closing();
     // Drops the handler, as when the bot desk is released: requests are answered 503.
     void forgetHandler();
+    // How many connections are open now.
+    std::size_t openConnections() const;
 
     static constexpr double idleSeconds = 10;
 

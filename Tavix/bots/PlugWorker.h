@@ -31,6 +31,7 @@ public:
     std::optional<std::pair<QString, bool>> listen(quint16 port);
     void close();
     quint16 port() const { return port_; }
+    std::size_t openConnections() const { return open_.size(); }
     // Writes a reply to a connection still open and closes it.
     void send(quint64 connection, const QByteArray& bytes);
 

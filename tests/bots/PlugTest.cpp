@@ -4,7 +4,12 @@
 #include "market/Json.h"
 #include "support/Await.h"
 
+#include <QElapsedTimer>
 #include <QTcpSocket>
+
+#include <sys/resource.h>
+
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -133,6 +138,27 @@ TEST_F(PlugTest, TheHundredAndTwentyFirstRequestInAMinuteWaits) {
     EXPECT_EQ(status(exchange("GET /v1/orders HTTP/1.1\r\n" + host() + "Authorization: Bearer calm\r\n\r\n")), 200);
     now = 1060;
     EXPECT_EQ(status(exchange(request)), 200);
+}
+
+// A thousand connections held open and sending nothing do not hold up a real request; each is
+// closed at ten seconds of the plug's clock and nothing of them is left.
+TEST_F(PlugTest, SlowClientsCannotStarveOthers) {
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    files.rlim_cur = std::max<rlim_t>(files.rlim_cur, std::min<rlim_t>(files.rlim_max, 4096));
+    setrlimit(RLIMIT_NOFILE, &files);
+    for (int i = 0; i < 1000; ++i) connectToPlug();
+    ASSERT_TRUE(eventually([&] { return plug->openConnections() == 1000; }));
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(status(exchange("GET /v1/account HTTP/1.1\r\n" + host() + "Authorization: Bearer k\r\n\r\n")), 200);
+    EXPECT_LT(clock.elapsed(), 100);
+    now = 1011;
+    ASSERT_TRUE(eventually([&] { return plug->openConnections() == 0; }));
+    EXPECT_TRUE(eventually([&] {
+        return std::all_of(sockets.begin(), sockets.end(),
+                           [](const auto& s) { return s->state() == QAbstractSocket::UnconnectedState; });
+    }));
 }
 
 TEST_F(PlugTest, ClosingAndAGoneDeskAnswer503AndAPortInUseIsNamed) {
