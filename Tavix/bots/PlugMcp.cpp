@@ -112,7 +112,12 @@ std::variant<PlugRequest, QString> toolRequest(const QString& name, const Json& 
                 if (inputs->members().size() > 16) return QStringLiteral("A study has at most 16 settings.");
                 for (const auto& [setting, value] : inputs->members()) {
                     if (value.isNumber()) {
-                        study.inputs[QString::fromStdString(setting)] = value.toDouble();
+                        // JSON numbers have no bound; a setting's does (1e999 is refused, not a crash).
+                        try {
+                            study.inputs[QString::fromStdString(setting)] = value.toDouble();
+                        } catch (const JsonError&) {
+                            return QString::fromStdString(setting) + QStringLiteral(" is a number far out of range.");
+                        }
                     } else {
                         study.inputs[QString::fromStdString(setting)] = value.isString() ? value.toQString() : QString();
                     }

@@ -13,7 +13,8 @@ QByteArray PlugRates::fingerprint(const QString& key) {
 
 std::optional<int> PlugRates::admit(const QString& key, double now) {
     auto& times = recent_[fingerprint(key)];
-    while (!times.empty() && now - times.front() >= windowSeconds) times.pop_front();
+    const auto kept = std::find_if(times.begin(), times.end(), [&](double at) { return now - at < windowSeconds; });
+    times.erase(times.begin(), kept);
     if (times.size() >= static_cast<std::size_t>(perMinute)) {
         const double oldestAge = now - times.front();
         return std::max(1, static_cast<int>(std::ceil(windowSeconds - oldestAge)));

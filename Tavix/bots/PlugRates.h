@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include <deque>
+#include <vector>
 #include <map>
 #include <optional>
 
@@ -28,7 +28,9 @@ public:
     std::size_t keys() const { return recent_.size(); }
 
 private:
-    std::map<QByteArray, std::deque<double>> recent_;
+    // Oldest first. A vector: most keys hold a request or two, and a deque's first block alone is
+    // larger than a whole minute of one key's times.
+    std::map<QByteArray, std::vector<double>> recent_;
 };
 
 }  // namespace tavix

@@ -306,11 +306,11 @@ public:
             // Parsed in place, a number starts where it stood in the text.
             const auto found = maskedNumbers_.find(static_cast<std::size_t>(text - text_.data()));
             if (found != maskedNumbers_.end()) {
-                slot().value_.emplace<Json::Number>(std::move(found->second));
+                slot().value_.emplace<Json::Number>(Json::Number{std::move(found->second)});
                 return true;
             }
         }
-        slot().value_.emplace<Json::Number>(std::string(text, length));
+        slot().value_.emplace<Json::Number>(Json::Number{std::string(text, length)});
         return true;
     }
     bool String(const char* text, rapidjson::SizeType length, bool) {

@@ -79,6 +79,10 @@ TEST(PlugMcp, ToolCallsBecomeTheRestRequests) {
     const auto study = call(R"({"name":"get_study","arguments":{"symbol":"AAPL","studies":[{"study":"rsi","inputs":{"length":9}},{"study":"rsi","as":"slow"}]}})");
     EXPECT_EQ(std::get<PlugAsk::Study>(std::get<PlugRequest>(study)).studies.size(), 2u);
 
+    // A setting past the double range is refused, not thrown (the fuzzer found this one).
+    EXPECT_EQ(std::get<QString>(call(R"({"name":"get_study","arguments":{"symbol":"AAPL","studies":[{"study":"rsi","inputs":{"length":8e666}}]}})")),
+              QStringLiteral("length is a number far out of range."));
+
     const Json wrapped = Json::parse(PlugMcp::toolResult(Json(9), 422, R"({"error":"no"})"));
     EXPECT_TRUE(wrapped.at("result").at("isError").toBool());
     EXPECT_EQ(wrapped.at("result").at("content").items().at(0).at("text").stringUtf8(), R"({"error":"no"})");
